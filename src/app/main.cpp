@@ -1,0 +1,2 @@
+// main.cpp: the program's entry.
+int main() { return 0; }

@@ -1,0 +1,55 @@
+// console.cpp: console and log output.
+#include "foundation/console.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace qv {
+namespace console {
+bool consoleon = true;
+bool logon = false;
+bool ansi = true;
+namespace {
+std::FILE* logfile = nullptr;
+}
+
+bool log_open(const std::string& path) {
+  log_close();
+  logfile = std::fopen(path.c_str(), "w");
+  logon = logfile != nullptr;
+  return logon;
+}
+
+void log_close() {
+  if (logfile) std::fclose(logfile);
+  logfile = nullptr;
+  logon = false;
+}
+
+void flush() {
+  std::fflush(stdout);
+  if (logfile) std::fflush(logfile);
+}
+
+}  // namespace console
+
+void print::bytes(std::string_view s, bool line_end) {
+  if (console::consoleon) {
+    std::fwrite(s.data(), 1, s.size(), stdout);
+    if (line_end) std::fputc('\n', stdout);
+  }
+  if (console::logon && console::logfile) {
+    std::fwrite(s.data(), 1, s.size(), console::logfile);
+    if (line_end) std::fputc('\n', console::logfile);
+  }
+}
+
+void print::line(wideview t) { bytes(text::utf8(t), true); }
+void print::part(wideview t) { bytes(text::utf8(t), false); }
+void print::blank() { bytes({}, true); }
+void print::spaced(wideview t) {
+  line(t);
+  blank();
+}
+
+}  // namespace qv
