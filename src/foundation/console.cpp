@@ -53,3 +53,11 @@ void print::spaced(wideview t) {
 }
 
 }  // namespace qv
+
+namespace qv::console {
+void log_line(std::string_view s) {
+  if (!logon || !logfile) return;
+  std::fwrite(s.data(), 1, s.size(), logfile);
+  std::fputc('\n', logfile);
+}
+}  // namespace qv::console

@@ -28,3 +28,8 @@ void spaced(wideview t);  // text, a line end and a blank line
 void bytes(std::string_view utf8, bool line_end);   // for text that is UTF-8 already
 }  // namespace print
 }  // namespace qv
+
+namespace qv::console {
+// A line for the log alone (allocation notes and the like); nothing while no log is open.
+void log_line(std::string_view utf8);
+}  // namespace qv::console

@@ -1,0 +1,126 @@
+// macroengine.h: the one record of the interpreter and the operations handlers use.
+#pragma once
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <unordered_map>
+#include <vector>
+#include "engine/linestore.h"
+#include "engine/registry.h"
+#include "foundation/widetext.h"
+
+namespace qv {
+
+// Parameter types of the two lists a line is prepared into.
+namespace paramtype {
+inline constexpr std::uint8_t word = 0, number = 1, string = 2, group = 3, element = 4,
+                              function = 8, variable = 9;
+}
+
+struct paramlist {
+  std::vector<shorttext> text;
+  std::vector<std::uint8_t> type;
+  void clear() { text.clear(); type.clear(); }
+  std::size_t count() const { return text.size(); }
+};
+
+// The locals of one `macro.interpret` call that its flow-control words share.
+struct interpframe {
+  widetext line;          // the rest of the current line
+  bool cond = true;       // the last `if` of this level
+  bool loopflag = false;
+  widetext casevalue;
+  widetext storemark;
+  widetext separator;
+  std::vector<widetext> mask;
+};
+
+// An open text file of the output stack.
+struct outfile {
+  shorttext name;
+  std::int64_t scope = 0;
+  std::FILE* handle = nullptr;
+};
+
+struct macroengine {
+  // Registry, in registration order, with a name index (newest row last).
+  std::vector<regentry> registry;
+  std::unordered_map<widetext, std::vector<std::uint32_t>> regindex;
+  std::vector<const cmdrow*> reference;   // rows as registered, for the reference macro
+  std::vector<std::string> reference_prefix;
+
+  // Variables: three parallel columns sorted by scope, newest row wins.
+  std::vector<shorttext> varname, varvalue;
+  std::vector<std::int64_t> varscope;
+  std::unordered_map<widetext, std::vector<std::uint32_t>> varindex;
+
+  std::vector<shorttext> withpath;
+  std::vector<std::int64_t> withscope;
+  std::vector<std::int64_t> modulemark;
+  std::vector<outfile> outfiles;   // entry 0 is the file that goes nowhere
+
+  linestore lines;
+
+  // Registers; each holds up to 510 characters.
+  widetext prefix, target, value, command, lasterror;
+  bool running = false, stopflag = false, trace = true;
+  std::int64_t currentline = 0;
+  std::int64_t depth = 0;
+  std::vector<shorttext> blocknames;
+  paramlist list1, list2;
+  interpframe* frame = nullptr;   // the innermost running `macro.interpret`
+  bool mayrepair = false;         // the ANSI flag, passed to statement lookups
+  int callnesting = 0;            // macro-defined calls in progress
+};
+
+namespace macro {
+// Parameters of the current line, 1-based. `parameter` reports a missing one.
+widetext parameter(macroengine& m, std::size_t i);
+widetext parameter_optional(const macroengine& m, std::size_t i);
+std::size_t parameter_count(const macroengine& m);
+widetext parameter2(macroengine& m, std::size_t i);
+std::size_t parameter2_count(const macroengine& m);
+std::uint8_t parameter_type(const macroengine& m, std::size_t i);
+
+// Parameter-count reports; the handler has compared already.
+void check_min(macroengine& m, std::int64_t n);
+void check_max(macroengine& m, std::int64_t n);
+void check_exact(macroengine& m, std::int64_t n);
+// Compares by itself; true at once while no macro runs.
+bool check_count(macroengine& m, std::int64_t n);
+
+// Reports: print through the Attention channel, fill `lasterror`, set `stopflag`.
+void error(macroengine& m, wideview text);
+void error_syntax(macroengine& m, wideview text);
+void error_unknown(macroengine& m, wideview name, wideview what);   // "Unknown procedure" and kin
+void report(macroengine& m, wideview plain, wideview coloured);
+
+const widetext& target(const macroengine& m);
+const widetext& value(const macroengine& m);
+void value_set(macroengine& m, widetext v);
+const widetext& command(const macroengine& m);
+
+// Line number in its own source file and that file's name, for reports.
+std::int64_t source_line(const macroengine& m);
+std::string source_file(const macroengine& m);
+
+// Variables.
+void var_set(macroengine& m, wideview name, wideview value);
+std::size_t var_new_inner(macroengine& m, wideview name, wideview value);
+void var_set_at(macroengine& m, wideview name, wideview value, std::int64_t scope);
+widetext var_get(const macroengine& m, wideview name);
+std::size_t var_find(const macroengine& m, wideview name);   // 1-based row or 0
+widetext substitute_at(const macroengine& m, widetext line);
+widetext substitute_word(const macroengine& m, widetext word);
+
+// The interpreter.
+void run(macroengine& m);
+void run_sub(macroengine& m);   // a sub-program: no registry needed
+std::int64_t interpret(macroengine& m, std::int64_t startline, bool active);
+void prepare(macroengine& m, wideview text);
+void leave(macroengine& m);
+void dispatch_statement(macroengine& m, wideview name);
+void dispatch_function(macroengine& m, wideview name);
+void dispatch_variable(macroengine& m, wideview name);
+}  // namespace macro
+}  // namespace qv
