@@ -47,7 +47,6 @@ struct macroengine {
   std::vector<regentry> registry;
   std::unordered_map<widetext, std::vector<std::uint32_t>> regindex;
   std::vector<const cmdrow*> reference;   // rows as registered, for the reference macro
-  std::vector<std::string> reference_prefix;
 
   // Variables: three parallel columns sorted by scope, newest row wins.
   std::vector<shorttext> varname, varvalue;
@@ -68,6 +67,8 @@ struct macroengine {
   std::int64_t depth = 0;
   std::vector<shorttext> blocknames;
   paramlist list1, list2;
+  widetext list2source;   // the substituted line; list 2 is built from it when first asked for
+  bool list2ready = true;
   interpframe* frame = nullptr;   // the innermost running `macro.interpret`
   bool mayrepair = false;         // the ANSI flag, passed to statement lookups
   int callnesting = 0;            // macro-defined calls in progress
@@ -79,7 +80,8 @@ widetext parameter(macroengine& m, std::size_t i);
 widetext parameter_optional(const macroengine& m, std::size_t i);
 std::size_t parameter_count(const macroengine& m);
 widetext parameter2(macroengine& m, std::size_t i);
-std::size_t parameter2_count(const macroengine& m);
+std::size_t parameter2_count(macroengine& m);
+void parameter_missing(macroengine& m, std::size_t i);   // the report for an absent parameter
 std::uint8_t parameter_type(const macroengine& m, std::size_t i);
 
 // Parameter-count reports; the handler has compared already.

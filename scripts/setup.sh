@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Installs what building and testing quorvex needs, from Debian's packages only.
+set -euo pipefail
+packages=(
+  cmake ninja-build g++ pkg-config          # build
+  zlib1g-dev                                # gzip forms of files
+  libgtest-dev                              # unit tests
+  python3                                   # whole-macro test runner
+)
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+if [ ${#missing[@]} -gt 0 ]; then
+  sudo=""
+  [ "$(id -u)" -eq 0 ] || sudo="sudo"
+  export DEBIAN_FRONTEND=noninteractive
+  $sudo apt-get update -qq
+  $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
+fi

@@ -1,0 +1,285 @@
+// interpret.cpp: the interpreter loop, line forms, assignment and dispatch.
+#include <cstdlib>
+
+#include "engine/langwords.h"
+#include "engine/macroengine.h"
+#include "foundation/console.h"
+#include "foundation/numbertext.h"
+
+namespace qv::macro {
+namespace {
+
+
+// Cuts the comment marks: "//" or "#" or "%" at the start, else the first " //".
+void cut_comment(widetext& line) {
+  if (line.empty()) return;
+  if (line[0] == u'#' || line[0] == u'%' || (line.size() > 1 && line[0] == u'/' && line[1] == u'/')) {
+    line.clear();
+    return;
+  }
+  std::size_t p = line.find(u" //");
+  if (p != widetext::npos) line.resize(p);
+}
+
+widetext next_word(widetext& line) { return text::lower(text::token(line, u' ')); }
+
+// "  <name>|<p1>|...|" with the parameter colours under the ANSI flag.
+void trace_call(const macroengine& m, wideview head) {
+  widetext out(head);
+  out.push_back(u'|');
+  for (std::size_t i = 0; i < m.list1.count(); ++i) {
+    const widetext& t = m.list1.text[i].str();
+    wideview col;
+    if (console::ansi) {
+      switch (m.list1.type[i]) {
+        case paramtype::number:
+        case paramtype::group: col = colour::blue; break;
+        case paramtype::string: col = colour::red; break;
+        case paramtype::function:
+        case paramtype::variable: col = colour::green; break;
+        default: break;
+      }
+    }
+    if (!col.empty()) {
+      out += col;
+      out += t;
+      out += colour::reset;
+    } else {
+      out += t;
+    }
+    out.push_back(u'|');
+  }
+  print::line(out);
+}
+
+void trace_function(const macroengine& m, wideview name) {
+  if (!m.trace) return;
+  widetext head = u"  ";
+  if (console::ansi)
+    head += widetext(colour::yellow) + m.target + widetext(colour::reset) + u" " + widetext(colour::green) +
+            u":=" + widetext(colour::reset);
+  else
+    head += m.target + u" :=";
+  head += u" [" + widetext(name) + u"]";
+  trace_call(m, head);
+}
+
+void where_line(const macroengine& m) {
+  print::line(u"In line " + nat::text(source_line(m)) + u" (" + text::from_utf8(source_file(m)) + u").");
+}
+
+void assignment(macroengine& m, interpframe& fr) {
+  m.target = substitute_at(m, m.command);
+  m.value.clear();
+  m.command = next_word(fr.line);
+  if (m.command != u":=") {
+    prepare(m, fr.line);
+    compound(m);
+  } else {
+    m.command = next_word(fr.line);
+    widetext name = m.command;
+    std::size_t row = lookup_function(m, name);
+    if (!row && !m.withpath.empty()) {
+      widetext longer = m.withpath.back().str() + u"." + name;
+      if ((row = lookup_function(m, longer))) name = longer;
+    }
+    if (row) {
+      prepare(m, fr.line);
+      trace_function(m, name);
+      call_row(m, row, name, u"function");
+    } else {
+      widetext rest = fr.line.empty() ? m.command : m.command + u" " + fr.line;
+      m.command = u":=";
+      prepare(m, rest);
+      widetext v;
+      for (const shorttext& p : m.list1.text) v += p.str();
+      value_set(m, std::move(v));
+      if (m.trace) {
+        if (console::ansi)
+          print::line(u"  " + widetext(colour::yellow) + m.target + widetext(colour::reset) + u" " +
+                      widetext(colour::green) + u":=" + widetext(colour::reset) + u" |" + m.value + u"|");
+        else
+          print::line(u"  " + m.target + u" := |" + m.value + u"|");
+      }
+    }
+  }
+  if (!m.target.empty() && !m.stopflag) var_set(m, m.target, m.value);
+}
+
+void statement(macroengine& m, interpframe& fr) {
+  prepare(m, fr.line);
+  if (m.stopflag) return;
+  if (!m.withpath.empty()) dispatch_statement(m, m.withpath.back().str() + u"." + m.command);
+  else dispatch_statement(m, m.command);
+}
+
+void scan_line(macroengine& m, interpframe& fr, std::int64_t& ln) {
+  if (opens_scan(m, m.command)) {
+    ln = interpret(m, ln, false);
+    m.currentline = ln;
+  }
+  (void)fr;
+}
+
+}  // namespace
+
+void halt_action(macroengine& m) {
+  where_line(m);
+  print::line(u"Script & program halt. Terminate everything.");
+  int code = m.list1.count() ? int(text::nat(m.list1.text[0].str())) : 0;
+  console::flush();
+  console::log_close();
+  std::exit(code);
+}
+
+void break_action(macroengine& m) {
+  where_line(m);
+  print::line(u"Script break. Terminate everything.");
+  m.stopflag = true;
+}
+
+void call_row(macroengine& m, std::size_t row, wideview name, wideview kind) {
+  const regentry& e = m.registry[row - 1];
+  if (e.start) e.start(m);
+  else if (e.finish) e.finish(m);
+  else error_unknown(m, name, kind);
+}
+
+void dispatch_statement(macroengine& m, wideview name) {
+  std::size_t row = lookup_statement(m, name, m.mayrepair);
+  if (!row) {
+    error_unknown(m, name, u"procedure");
+    return;
+  }
+  const regentry& e = m.registry[row - 1];
+  if (e.cls() == regclass::block) {
+    if (!e.start || !e.finish || e.line) {
+      error_unknown(m, name, u"block");
+      return;
+    }
+    if (m.trace) trace_call(m, u"  " + widetext(name));
+    handler finish = e.finish;
+    e.start(m);
+    std::int64_t ln = interpret(m, m.currentline, true);
+    m.currentline = ln;
+    finish(m);
+    return;
+  }
+  if (!e.start && !e.finish && !e.line) {
+    error_unknown(m, name, u"procedure");
+    return;
+  }
+  if (m.trace) trace_call(m, u"  " + widetext(name));
+  call_row(m, row, name, u"procedure");
+}
+
+void dispatch_function(macroengine& m, wideview name) {
+  std::size_t row = lookup_function(m, name);
+  if (!row) {
+    error_unknown(m, name, u"function");
+    return;
+  }
+  trace_function(m, name);
+  call_row(m, row, name, u"function");
+}
+
+void dispatch_variable(macroengine& m, wideview name) {
+  std::size_t row = lookup_variable(m, name);
+  if (!row || !m.registry[row - 1].start) {
+    error_unknown(m, name, u"variable λ function");
+    return;
+  }
+  m.registry[row - 1].start(m);
+}
+
+std::int64_t interpret(macroengine& m, std::int64_t startline, bool active) {
+  ++m.depth;
+  interpframe fr;
+  interpframe* outer = m.frame;
+  m.frame = &fr;
+  std::int64_t ln = startline;
+  const std::int64_t count = std::int64_t(m.lines.count());
+  for (;;) {
+    if (ln >= count || m.stopflag) break;
+    ++ln;
+    m.currentline = ln;
+    fr.line = text::from_utf8(m.lines.line(std::size_t(ln)));
+    if (ln == 1 && !fr.line.empty() && fr.line[0] == u'!') continue;
+    fr.line = text::trim(fr.line, u' ', u'\t');
+    cut_comment(fr.line);
+    if (fr.line.empty()) continue;
+    m.target.clear();
+    m.value.clear();
+    m.command = next_word(fr.line);
+    one_line_form(m, fr);
+    if (m.command.empty()) continue;
+    if (m.command == u"halt") {
+      prepare(m, fr.line);
+      halt_action(m);
+    }
+    if (m.command == u"break") {
+      prepare(m, fr.line);
+      break_action(m);
+      continue;
+    }
+    if (m.command == u"end" || m.command == u"until") {
+      m.value = substitute_word(m, fr.line);
+      leave(m);
+      m.frame = outer;
+      return ln;
+    }
+    if (m.command == u"begin") continue;
+    if (!active) {
+      scan_line(m, fr, ln);
+      continue;
+    }
+    if (language_word(m, fr, ln)) {
+      continue;
+    }
+    if (fr.line.size() > 2 && fr.line.find(u"= ", 1) != widetext::npos) {
+      assignment(m, fr);
+    } else {
+      statement(m, fr);
+      // A block moves the line counter to its `end`; a defined call restores it.
+      ln = m.currentline;
+    }
+  }
+  m.frame = outer;
+  return ln;
+}
+
+void run(macroengine& m) {
+  if (m.lines.count() && !m.registry.empty()) run_sub(m);
+  m.list1.clear();
+  m.list2.clear();
+}
+
+void run_sub(macroengine& m) {
+  if (m.lines.count()) {
+    m.depth = 1;   // cut every row of instance 1 and above
+    leave(m);
+    m.depth = 0;
+    m.prefix.clear();
+    m.withpath.clear();
+    m.withscope.clear();
+    m.list1.clear();
+    m.list2.clear();
+    m.running = false;
+    m.stopflag = false;
+    m.currentline = 0;
+    m.lasterror.clear();
+    print::line(u"Script runs...");
+    m.running = true;
+    for (const char16_t* name : {u"true", u"false", u"condition", u"for.length", u"for.rest", u"for.count",
+                                 u"for.relative"})
+      var_set(m, name, wideview(name) == u"true" ? u"1" : u"0");
+    interpret(m, 0, true);
+    leave(m);
+    m.running = false;
+    print::line(u"Script ends.");
+  }
+  m.list1.clear();
+  m.list2.clear();
+}
+
+}  // namespace qv::macro
