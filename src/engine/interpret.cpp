@@ -1,6 +1,7 @@
 // interpret.cpp: the interpreter loop, line forms, assignment and dispatch.
 #include <cstdlib>
 
+#include "engine/definitions.h"
 #include "engine/langwords.h"
 #include "engine/macroengine.h"
 #include "foundation/console.h"
@@ -142,6 +143,7 @@ void call_row(macroengine& m, std::size_t row, wideview name, wideview kind) {
   const regentry& e = m.registry[row - 1];
   if (e.start) e.start(m);
   else if (e.finish) e.finish(m);
+  else if (e.line) call_defined(m, row);
   else error_unknown(m, name, kind);
 }
 
@@ -211,6 +213,7 @@ std::int64_t interpret(macroengine& m, std::int64_t startline, bool active) {
     m.target.clear();
     m.value.clear();
     m.command = next_word(fr.line);
+    if (m.command == u"include") include_file(m, fr);
     one_line_form(m, fr);
     if (m.command.empty()) continue;
     if (m.command == u"halt") {

@@ -3,6 +3,8 @@
 
 #include <array>
 
+#include "engine/definitions.h"
+#include "engine/flow.h"
 #include "foundation/console.h"
 
 namespace qv::macro {
@@ -36,6 +38,7 @@ bool language_word(macroengine& m, interpframe& fr, std::int64_t& ln) {
     nested_block(m, ln, true);
     return true;
   }
+  if (flow_word(m, fr, ln) || definition_word(m, fr, ln)) return true;
   if (w == u"execute") {
     prepare(m, fr.line);
     if (!m.stopflag) dispatch_statement(m, u"execute");

@@ -72,6 +72,7 @@ struct macroengine {
   interpframe* frame = nullptr;   // the innermost running `macro.interpret`
   bool mayrepair = false;         // the ANSI flag, passed to statement lookups
   int callnesting = 0;            // macro-defined calls in progress
+  std::int64_t parallel_index = 0, parallel_count = 0;   // the parallel pair; (0, 0): no sharing
 };
 
 namespace macro {
