@@ -2,6 +2,7 @@
 #include <cstdlib>
 
 #include "engine/definitions.h"
+#include "engine/flow.h"
 #include "engine/langwords.h"
 #include "engine/macroengine.h"
 #include "foundation/console.h"
@@ -197,6 +198,9 @@ void dispatch_variable(macroengine& m, wideview name) {
 std::int64_t interpret(macroengine& m, std::int64_t startline, bool active) {
   ++m.depth;
   interpframe fr;
+  fr.templatebody = m.storebody;
+  m.storebody = false;
+  fr.separator = m.storespace;
   interpframe* outer = m.frame;
   m.frame = &fr;
   std::int64_t ln = startline;
@@ -205,14 +209,30 @@ std::int64_t interpret(macroengine& m, std::int64_t startline, bool active) {
     if (ln >= count || m.stopflag) break;
     ++ln;
     m.currentline = ln;
-    fr.line = text::from_utf8(m.lines.line(std::size_t(ln)));
+    const std::string_view raw = m.lines.line(std::size_t(ln));
+    fr.line = text::from_utf8(raw);
     if (ln == 1 && !fr.line.empty() && fr.line[0] == u'!') continue;
     fr.line = text::trim(fr.line, u' ', u'\t');
     cut_comment(fr.line);
-    if (fr.line.empty()) continue;
+    if (fr.line.empty()) {
+      if (fr.templatebody) template_line(m, fr, raw);
+      continue;
+    }
     m.target.clear();
     m.value.clear();
     m.command = next_word(fr.line);
+    if (fr.templatebody && m.command != u"end" && m.command != u"until" && m.command != u"halt" &&
+        m.command != u"break") {
+      // Body of `store`/`append`: every passed-over line is text for the file.
+      if (opens_scan(m, m.command)) {
+        ln = interpret(m, ln, false);
+        m.currentline = ln;
+        if (ln <= count) template_line(m, fr, m.lines.line(std::size_t(ln)));
+      } else {
+        template_line(m, fr, raw);
+      }
+      continue;
+    }
     if (m.command == u"include") include_file(m, fr);
     one_line_form(m, fr);
     if (m.command.empty()) continue;

@@ -79,6 +79,5 @@ void one_line_form(macroengine& m, interpframe& fr) {
   fr.line.clear();
 }
 
-void compound(macroengine& m) { m.value.clear(); }
 
 }  // namespace qv::macro

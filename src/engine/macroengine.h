@@ -33,13 +33,15 @@ struct interpframe {
   widetext storemark;
   widetext separator;
   std::vector<widetext> mask;
+  bool templatebody = false;   // scanning the body of `store`/`append`: lines go to the file
 };
 
 // An open text file of the output stack.
 struct outfile {
   shorttext name;
   std::int64_t scope = 0;
-  std::FILE* handle = nullptr;
+  std::FILE* handle = nullptr;   // null: the file that goes nowhere
+  bool statements = false;       // `output.store`/`output.append`: print commands write here
 };
 
 struct macroengine {
@@ -57,6 +59,7 @@ struct macroengine {
   std::vector<std::int64_t> withscope;
   std::vector<std::int64_t> modulemark;
   std::vector<outfile> outfiles;   // entry 0 is the file that goes nowhere
+  widetext storespace;             // separator of later template blocks (`store.space`)
 
   linestore lines;
 
@@ -70,6 +73,7 @@ struct macroengine {
   widetext list2source;   // the substituted line; list 2 is built from it when first asked for
   bool list2ready = true;
   interpframe* frame = nullptr;   // the innermost running `macro.interpret`
+  bool storebody = false;         // the scan runs over the body of `store`/`append`
   bool mayrepair = false;         // the ANSI flag, passed to statement lookups
   int callnesting = 0;            // macro-defined calls in progress
   std::int64_t parallel_index = 0, parallel_count = 0;   // the parallel pair; (0, 0): no sharing

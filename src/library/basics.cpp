@@ -1,6 +1,7 @@
 // basics.cpp: `print` and its kin, `nop`, `stop` and the trace switches.
 #include "library/basics.h"
 
+#include "engine/flow.h"
 #include "engine/langwords.h"
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
@@ -26,10 +27,15 @@ void stop(macroengine& m) {
 }
 
 void write(macroengine& m) {
-  if (macro::parameter_count(m)) print::part(joined(m));
+  if (!macro::parameter_count(m)) return;
+  widetext t = joined(m);
+  if (!macro::output_write(m, t, false)) print::part(t);
 }
 
-void writeln(macroengine& m) { print::line(joined(m)); }
+void writeln(macroengine& m) {
+  widetext t = joined(m);
+  if (!macro::output_write(m, t, true)) print::line(t);
+}
 
 constexpr cmdrow rows[] = {
     // name       kind               handler   usage                  comment
