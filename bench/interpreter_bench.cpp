@@ -39,4 +39,10 @@ int main() {
   std::string at = "debug.no\nx := 3\n";
   for (std::size_t i = 0; i < n; ++i) at += "y := @x\n";
   run_macro(at, n, "y := @x (at substitution)");
+  // A loop whose body holds a condition and a compound operator, 50 variables defined:
+  // four statements a pass (if, then, +=, end).
+  std::string loop = "debug.no\n";
+  for (int v = 0; v < 50; ++v) loop += "v" + std::to_string(v) + " := " + std::to_string(v) + "\n";
+  loop += "c := 0\nfor 1000000\nif 1\nthen c += 1\nend\n";
+  run_macro(loop, 4 * n, "for 1000000 { if; then c += 1 } with 50 vars");
 }

@@ -78,7 +78,8 @@ void assignment(macroengine& m, interpframe& fr) {
     prepare(m, fr.line);
     compound(m);
   } else {
-    m.command = next_word(fr.line);
+    widetext word = text::token(fr.line, u' ');
+    m.command = text::lower(word);
     widetext name = m.command;
     std::size_t row = lookup_function(m, name);
     if (!row && !m.withpath.empty()) {
@@ -90,7 +91,7 @@ void assignment(macroengine& m, interpframe& fr) {
       trace_function(m, name);
       call_row(m, row, name, u"function");
     } else {
-      widetext rest = fr.line.empty() ? m.command : m.command + u" " + fr.line;
+      widetext rest = fr.line.empty() ? word : word + u" " + fr.line;
       m.command = u":=";
       prepare(m, rest);
       widetext v;
