@@ -35,11 +35,11 @@ void flush() {
 
 void print::bytes(std::string_view s, bool line_end) {
   if (console::consoleon) {
-    std::fwrite(s.data(), 1, s.size(), stdout);
+    if (!s.empty()) std::fwrite(s.data(), 1, s.size(), stdout);
     if (line_end) std::fputc('\n', stdout);
   }
   if (console::logon && console::logfile) {
-    std::fwrite(s.data(), 1, s.size(), console::logfile);
+    if (!s.empty()) std::fwrite(s.data(), 1, s.size(), console::logfile);
     if (line_end) std::fputc('\n', console::logfile);
   }
 }
