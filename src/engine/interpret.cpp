@@ -83,7 +83,7 @@ void assignment(macroengine& m, interpframe& fr) {
     widetext name = m.command;
     std::size_t row = lookup_function(m, name);
     if (!row && !m.withpath.empty()) {
-      widetext longer = m.withpath.back().str() + u"." + name;
+      widetext longer = with_path(m) + u"." + name;
       if ((row = lookup_function(m, longer))) name = longer;
     }
     if (row) {
@@ -112,7 +112,7 @@ void assignment(macroengine& m, interpframe& fr) {
 void statement(macroengine& m, interpframe& fr) {
   prepare(m, fr.line);
   if (m.stopflag) return;
-  if (!m.withpath.empty()) dispatch_statement(m, m.withpath.back().str() + u"." + m.command);
+  if (!m.withpath.empty()) dispatch_statement(m, with_path(m) + u"." + m.command);
   else dispatch_statement(m, m.command);
 }
 
@@ -125,6 +125,15 @@ void scan_line(macroengine& m, interpframe& fr, std::int64_t& ln) {
 }
 
 }  // namespace
+
+widetext with_path(const macroengine& m) {
+  widetext path;
+  for (std::size_t i = 0; i < m.withpath.size(); ++i) {
+    if (i) path.push_back(u'.');
+    path += m.withpath[i].str();
+  }
+  return path;
+}
 
 void halt_action(macroengine& m) {
   where_line(m);

@@ -126,6 +126,7 @@ void run_sub(macroengine& m);   // a sub-program: no registry needed
 std::int64_t interpret(macroengine& m, std::int64_t startline, bool active);
 void prepare(macroengine& m, wideview text);
 void leave(macroengine& m);
+widetext with_path(const macroengine& m);   // the open `with` names joined by points
 void dispatch_statement(macroengine& m, wideview name);
 void dispatch_function(macroengine& m, wideview name);
 void dispatch_variable(macroengine& m, wideview name);
