@@ -8,6 +8,9 @@ namespace qv::app {
 void register_all(macroengine& m) {
   // Command library first, then the global workspace words and the field families.
   library::register_basics(m);
+  library::register_run(m);
+  library::register_random(m);
+  library::register_time(m);
 }
 
 }  // namespace qv::app
