@@ -11,6 +11,7 @@ void register_all(macroengine& m) {
   library::register_run(m);
   library::register_random(m);
   library::register_time(m);
+  library::register_number_settings(m);
 }
 
 }  // namespace qv::app

@@ -7,6 +7,7 @@ void register_basics(macroengine& m);   // printing, waiting, tracing and stoppi
 void register_run(macroengine& m);      // `run` and `execute`
 void register_random(macroengine& m);   // `min`, `max`, `minmax` and the random values
 void register_time(macroengine& m);     // timer and clock
+void register_number_settings(macroengine& m);   // the `math.*` switches of the number format
 // Parameters 1..n joined without separator.
 widetext joined_parameters(const macroengine& m);
 }  // namespace qv::library
