@@ -2,6 +2,7 @@
 #include "app/families.h"
 
 #include "images/image_commands.h"
+#include "images/image_files.h"
 #include "images/workspace.h"
 #include "library/basics.h"
 #include "lines/cloud.h"
@@ -17,6 +18,7 @@ void register_all(macroengine& m) {
   library::register_basics(m);
   workspace::register_global(m);
   image::register_commands(m);
+  image::register_files(m);
   workspace::register_family<scalarfield>(m);
   workspace::register_family<vectorfield>(m);
   workspace::register_family<tensorfield>(m);
