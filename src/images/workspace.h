@@ -43,10 +43,10 @@ namespace workspace {
 // Upper-casing of names is byte-wise ASCII: "a" and "A" are one workspace.
 inline widetext key(wideview name) { return text::upper(widetext(name)); }
 
+// One empty "DEFAULT" object of the default type, current.
 template <typename T>
-void reset(workspace_list<T>& l) {
+void rebuild(workspace_list<T>& l) {
   using tr = workspace_traits<T>;
-  tr::default_tag = tr::start_tag;
   l.objects.clear();
   l.names.clear();
   l.objects.push_back(tr::create(tr::default_tag));
@@ -54,12 +54,19 @@ void reset(workspace_list<T>& l) {
   l.current = 1;
 }
 
+// The global reset of one family: the start type again, then a fresh list.
+template <typename T>
+void reset(workspace_list<T>& l) {
+  workspace_traits<T>::default_tag = workspace_traits<T>::start_tag;
+  rebuild(l);
+}
+
 // The process-wide list of a family, created on first use with one "DEFAULT".
 template <typename T>
 workspace_list<T>& list() {
   static workspace_list<T> l = [] {
     workspace_list<T> fresh;
-    reset(fresh);
+    rebuild(fresh);   // a type switch before the first use stays in force
     return fresh;
   }();
   return l;
@@ -201,6 +208,7 @@ inline constexpr cmdrow rows[] = {
 // `F.use`, `F.swap`, `F.name` and `F.dump` under the family's prefix.
 template <typename T>
 void register_family(macroengine& m) {
+  list<T>();   // every list exists from the start, with its "DEFAULT"
   add_hooks({detail::reset_hook<T>, detail::dump_hook<T>});
   macro::register_rows(m, workspace_traits<T>::prefix, detail::rows<T>);
 }
