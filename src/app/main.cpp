@@ -109,8 +109,8 @@ void declare(optionset& o, macroengine& m, bool& first, widetext& macrofile) {
   // macro: which passes of its `parallel` loops it takes. Without either option a
   // job array's environment gives the pair.
   const bool index_given = option::present(o, u"parallel.index"), count_given = option::present(o, u"parallel.count");
-  widetext index = option::text(o, u"parallel.index", u"0", u"parallel passes i of this process: i mod count = index");
-  widetext count = option::text(o, u"parallel.count", u"0", u"processes sharing the parallel passes, 0: no sharing");
+  widetext index = option::text(o, u"parallel.index", u"0", u"parallel passes of this process (i mod count = index)");
+  widetext count = option::text(o, u"parallel.count", u"0", u"processes sharing the parallel passes (0: none)");
   macro::parallelpair pair = macro::parallel_pair(index_given ? &index : nullptr, count_given ? &count : nullptr,
                                                   [](const char* name) -> const char* { return std::getenv(name); });
   m.parallel_index = pair.index;

@@ -84,7 +84,11 @@ void outputs(macroengine& m) {
 
 void stack(macroengine& m) {
   framed(m, u"dump.stack", [&] {
-    for (std::size_t i = 0; i < m.blocknames.size(); ++i) out(m, numbered(i) + m.blocknames[i].str());
+    // Entry i names the level at depth i + 1; the top level and plain blocks have no name.
+    for (std::size_t i = 0; i < m.blocknames.size(); ++i) {
+      const widetext& name = m.blocknames[i].str();
+      out(m, name.empty() ? u"  (" + n(std::int64_t(i + 1)) + u")" : numbered(i + 1) + name);
+    }
   });
 }
 
