@@ -10,12 +10,11 @@
 namespace qv::macro {
 namespace {
 
-// Modulo with the sign of the divisor, so that the passes of a negative range
-// are shared as fully as those of a positive one; a zero count owns nothing.
-std::int64_t owner(std::int64_t i, std::int64_t count) {
-  if (count == 0) return -1;
-  std::int64_t r = i % count;
-  return r < 0 ? r + count : r;
+// Modulo with the sign of the divisor, so that the passes of a negative range are
+// shared as fully as those of a positive one.
+std::int64_t floor_mod(__int128 a, std::int64_t count) {
+  __int128 r = a % count;
+  return std::int64_t(r < 0 ? r + count : r);
 }
 
 // A whole number in decimal, blanks around allowed; anything else is not one.
@@ -37,26 +36,35 @@ struct passrange {
   bool one;   // the one-parameter form: relative is i/n
 };
 
+// Runs the passes i from `from` to `to` with i mod count = index. Only the owned
+// values are visited, so that a long range costs a process only its own share.
 void parallel_passes(macroengine& m, std::int64_t& ln, passrange r) {
-  const std::int64_t opener = ln, step = r.from > r.to ? -1 : 1;
-  const std::int64_t len = r.one ? (r.to < 0 ? -r.to : r.to) : (r.from > r.to ? r.from - r.to : r.to - r.from) + 1;
-  for (std::int64_t i = r.from;; i += step) {
-    if (owner(i, m.parallel_count) == m.parallel_index) {
-      var_new_inner(m, u"parallel.length", nat::text(len));
-      var_new_inner(m, u"parallel.count", nat::text(i));
-      double rel = r.one ? double(i) / double(r.to) : double(i > r.from ? i - r.from : r.from - i) + 1.0 / double(len);
-      var_new_inner(m, u"parallel.relativ", real::text(rel));
-      block_name(m, u"parallel");
-      std::int64_t last = opener;
-      if (!run_pass(m, opener, last)) return;
-      // Only the pass of the last value hands on its `end`: a process that does not
-      // own it stays at the opener, and the body's lines then run as plain statements.
-      if (i == r.to) {
-        ln = last;
-        m.currentline = ln;
-      }
+  const std::int64_t count = m.parallel_count, index = m.parallel_index;
+  if (count <= 0 || index < 0 || index >= count) return;   // owns no pass
+  const std::int64_t opener = ln;
+  const bool down = r.from > r.to;
+  const std::int64_t len = r.one ? (r.to < 0 ? -r.to : r.to) : (down ? r.from - r.to : r.to - r.from) + 1;
+  const __int128 first = down ? __int128(r.from) - floor_mod(__int128(r.from) - index, count)
+                               : __int128(r.from) + floor_mod(__int128(index) - r.from, count);
+  if (down ? first < r.to : first > r.to) return;
+  std::int64_t i = std::int64_t(first);
+  for (;;) {
+    var_new_inner(m, u"parallel.length", nat::text(len));
+    var_new_inner(m, u"parallel.count", nat::text(i));
+    double rel = r.one ? double(i) / double(r.to) : double(down ? r.from - i : i - r.from) + 1.0 / double(len);
+    var_new_inner(m, u"parallel.relativ", real::text(rel));
+    block_name(m, u"parallel");
+    std::int64_t last = opener;
+    if (!run_pass(m, opener, last)) return;
+    // Only the pass of the last value hands on its `end`: a process that does not
+    // own it stays at the opener, and the body's lines then run as plain statements.
+    if (i == r.to) {
+      ln = last;
+      m.currentline = ln;
+      return;
     }
-    if (i == r.to) break;
+    if (down ? i - r.to < count : r.to - i < count) return;
+    i = down ? i - count : i + count;
   }
 }
 
