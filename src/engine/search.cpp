@@ -1,7 +1,6 @@
 // search.cpp: `minimize` and `maximize`, line searches over macro variables whose body
 // says through `result` whether the values are good enough.
 #include <cmath>
-#include <cstdio>
 #include <vector>
 
 #include "engine/definitions.h"
@@ -20,13 +19,8 @@ struct search {
   std::vector<widetext> names;   // `searchnames`
   std::vector<double> values;    // `searchvalues`
 
-  // The decade mode writes its values short, so that 0.1 steps show no binary noise.
   widetext value_text(double v) const {
-    if (!decade) return real::text(v);
-    char buf[40];
-    std::snprintf(buf, sizeof buf, "%.12g", v);
-    widetext t = text::ascii(buf);
-    return t == u"-0" ? widetext(u"0") : t;
+    return number::format.shortform ? real::text_short(v) : real::text(v);
   }
 
   void assign() {
@@ -45,7 +39,7 @@ struct search {
                         : u"Please define the status of the minimization via the variable 'result'!");
       return false;
     }
-    return truth(r);
+    return text::bool_(r);
   }
 
   bool sweep_done() const { return maximize ? values[0] < a : values[0] > b; }
@@ -127,6 +121,10 @@ void search_block(macroengine& m, interpframe& fr, bool maximize) {
   if (m.trace)
     print::line(u"  " + widetext(maximize ? u"maximize" : u"minimize") + u"|" + real::text(a) + u"..(" +
                 real::text(s) + u").." + real::text(b) + u"|");
+  // The decade mode writes numbers in their short form while it lasts, so that the
+  // tenths show no binary noise.
+  number::formatguard keep;
+  if (q.decade) number::format.shortform = true;
   q.stages();
   // The current line stays at the opener: the body's lines now run once more as
   // plain statements, and its `end` closes the enclosing block.

@@ -14,20 +14,20 @@ body() { sed -n '/^Script runs\.\.\.$/,/^Script ends\.$/p' | grep -v '^Script\|^
 
 cat > share.macro <<'M'
 debug.no
-procedure first
+procedure share.a
 parallel 7
 if parallel.length
 then print "pass " parallel.count
 end
 end
-procedure second
+procedure share.b
 parallel 3 6
 if parallel.length
 then print "range " parallel.count
 end
 end
-first
-second
+share.a
+share.b
 print "after"
 M
 env -u SLURM_ARRAY_TASK_ID "$exe" -strict -macro=share.macro -parallel.count=1 </dev/null | body | sort -u > single.txt
