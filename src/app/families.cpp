@@ -10,6 +10,7 @@
 #include "meshes/mesh.h"
 #include "orientation/tensorfield.h"
 #include "orientation/vectorfield.h"
+#include "volumes/scalar_commands.h"
 #include "volumes/scalarfield.h"
 
 namespace qv::app {
@@ -26,6 +27,7 @@ void register_all(macroengine& m) {
   image::register_commands(m);
   image::register_files(m);
   workspace::register_family<scalarfield>(m);
+  scalar::register_commands(m);
   workspace::register_family<vectorfield>(m);
   workspace::register_family<tensorfield>(m);
   workspace::register_family<mesh>(m);

@@ -1,0 +1,13 @@
+// scalar_commands.h: registrars of the `scalar.` commands and the operations other families call.
+#pragma once
+#include "engine/macroengine.h"
+#include "volumes/scalarfield.h"
+
+namespace qv::scalar {
+// All `scalar.` commands of this folder: state, frame, files and labels.
+void register_commands(macroengine& m);
+void register_files(macroengine& m);   // called by `register_commands`
+// Brings a second field to the size and frame of `like`, keeping its type, and
+// prints "  Assigned scalar field (x x y x z) updated.".
+void assign_size(scalarfield& f, const scalarfield& like);
+}  // namespace qv::scalar
