@@ -89,7 +89,9 @@ bool gunzip_file(const std::string& name, std::string& out) {
   out.resize(std::max<std::size_t>(size_hint(name), 1 << 16));
   for (;;) {
     if (have == out.size()) out.resize(out.size() * 2);
-    unsigned want = unsigned(std::min<std::size_t>(out.size() - have, 1u << 30));
+    // Reads of 1 MiB: above the gzip buffer, so zlib inflates straight into `out`,
+    // and small enough that a damaged stream loses only its last read.
+    unsigned want = unsigned(std::min<std::size_t>(out.size() - have, 1u << 20));
     int k = gzread(g.g, out.data() + have, want);
     if (k <= 0) break;   // the end, or a damaged stream: keep what came before it
     have += std::size_t(k);
@@ -266,8 +268,8 @@ bool load_nifti(scalarfield& f, std::uint8_t tag, const std::string& name, std::
     bool ok = zipped(at.data) ? gunzip_file(at.data, datamemory) : pairdata.f != nullptr;
     if (!ok) {
       if (!dims.good)
-        return fail(f, tag, u"  Couldn't read File (" + wide(at.data) + u") and bad dim size! Create empty field."), false;
-      print::line(u"  Couldn't read File (" + wide(at.data) + u")! Create field without values.");
+        return fail(f, tag, u"  Couldn't read File (" + wide(name) + u") and bad dim size! Create empty field."), false;
+      print::line(u"  Couldn't read File (" + wide(name) + u")! Create field without values.");
       if (!create_checked(f, tag, dims.nx, dims.ny, dims.nz)) return false;
       frame_from_header(h, f.frame);
       return false;

@@ -216,9 +216,9 @@ bool read_range(context& c, Sink sink, bool automatic) {
       double t = (lo + hi) / 2;
       ok = convert<S>(c, sink, [t](S s) -> std::int64_t { return as_double(s) > t; }, from, span);
     } else {
-      double k = double(Sink::top) / (hi - lo);
-      ok = convert<S>(c, sink, [lo, k](S s) -> std::int64_t {
-        double v = std::nearbyint((as_double(s) - lo) * k);
+      double top = double(Sink::top), width = hi - lo;
+      ok = convert<S>(c, sink, [lo, top, width](S s) -> std::int64_t {
+        double v = std::nearbyint((as_double(s) - lo) * top / width);   // in this order, so 0.5 ties stay ties
         return v > 0 ? (v < double(Sink::top) ? std::int64_t(v) : Sink::top) : 0;
       }, from, span);
     }
