@@ -185,18 +185,20 @@ TEST(read_stack, no_voxels_give_a_field_of_size_zero) {
 
 TEST(read_stack, reads_span_several_buffers) {
   // More voxels than one 8 MiB buffer holds, so the chunk loop's seams are crossed.
-  std::size_t n = scalar::buffer_elements(16) * 2 + 5;
-  std::string data(n * 2, '\0');
+  const std::size_t n = 1024 * 1024 * 3, per = scalar::buffer_elements(64);
+  ASSERT_LT(2 * per, n);
+  std::string data(n * 8, '\0');
   for (std::size_t i = 0; i < n; ++i) {
-    std::uint16_t v = std::uint16_t(i * 7);
-    std::memcpy(data.data() + 2 * i, &v, 2);
+    std::uint64_t v = std::uint64_t(i % 65536) << 48;
+    std::memcpy(data.data() + 8 * i, &v, 8);
   }
   scalarfield f;
   f.tag = scalartag::fullgray;
   scalar::bytesource src{nullptr, data, std::int64_t(data.size())};
   scalar::stackrequest r;
-  r.code = 16, r.nx = std::int64_t(n), r.ny = 1, r.nz = 1;
+  r.code = 64, r.nx = 1024, r.ny = 1024, r.nz = 3;
   quiet([&] { EXPECT_TRUE(scalar::read_stack(f, src, r)); });
-  for (std::size_t i : {std::size_t(0), scalar::buffer_elements(16) - 1, scalar::buffer_elements(16), n - 1})
-    EXPECT_EQ(f.fullvoxels[i], std::uint16_t(i * 7)) << i;
+  ASSERT_EQ(f.fullvoxels.size(), n);
+  for (std::size_t i : {std::size_t(0), per - 1, per, 2 * per + 1, n - 1})
+    EXPECT_EQ(f.fullvoxels[i], std::uint16_t(i % 65536)) << i;
 }
