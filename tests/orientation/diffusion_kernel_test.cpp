@@ -46,16 +46,19 @@ double alignment(realvector a, realvector b) {   // |cos| of the angle between t
 }  // namespace
 
 TEST(diffusion, a_tube_gives_its_own_direction_under_methods_1_5_and_6) {
-  // n = 8: at n = 6 the space diagonal has three equally good neighbours in the set.
-  const realvector axes[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {1, 1, 0}, {1, 1, 1}};
-  for (const realvector& axis : axes) {
+  // The set never holds the z pole (its last ring is dropped as duplicates), so
+  // the z tube finds its nearest set direction, 6 degrees off at n = 10; at
+  // n = 6 the space diagonal has three equally good neighbours.
+  struct row { realvector axis; std::int64_t n; };
+  const row rows[] = {{{1, 0, 0}, 10}, {{0, 1, 0}, 10}, {{0, 0, 1}, 10}, {{1, 1, 0}, 8}, {{1, 1, 1}, 8}};
+  for (const auto& [axis, n] : rows) {
     testvolume v = tube(axis);
     diffusion::lineplan plan;
-    diffusion::plan_build(plan, 8, v.nx, v.ny);
+    diffusion::plan_build(plan, n, v.nx, v.ny);
     diffusion::scratch work;
     for (int method : {1, 5, 6}) {
       diffusion::settings s;
-      s.n = 8;
+      s.n = n;
       s.method = method;
       for (std::int64_t t = -4; t <= 4; ++t) {   // voxels on the axis, away from the field's faces
         const realvector unit = scan::normalise(axis);

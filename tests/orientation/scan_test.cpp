@@ -33,6 +33,17 @@ TEST(scan, radius_one_rounds_to_six_points_and_loses_the_z_axis) {
     EXPECT_NE(std::find(dirs.begin(), dirs.end(), d), dirs.end());
 }
 
+TEST(scan, the_z_pole_is_lost_with_the_dropped_last_point) {
+  for (std::int64_t n : {1, 4, 8, 10, 16}) {
+    scan::direction_list dirs, points;
+    scan::unit_list units;
+    scan::direction_set(n, 0, dirs, units, nullptr, &points);
+    EXPECT_EQ(points.back(), (scan_vector{0, 0, -n}));
+    EXPECT_EQ(std::find(dirs.begin(), dirs.end(), scan_vector{0, 0, -n}), dirs.end()) << "n = " << n;
+    EXPECT_EQ(std::find(dirs.begin(), dirs.end(), scan_vector{0, 0, n}), dirs.end()) << "n = " << n;
+  }
+}
+
 TEST(scan, direction_set_is_sorted_by_z_and_has_unit_twins) {
   scan::direction_list dirs;
   scan::unit_list units;
