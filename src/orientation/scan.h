@@ -40,9 +40,8 @@ void direction_points(std::int64_t n, std::vector<ringpoint>& points);
 // The z sort of the direction set, shared by the rankings: a heap sort over
 // 1-based positions whose order of equal keys is part of the results.
 template <typename T, typename Key>
-void heap_sort(std::vector<T>& list, Key key) {
-  const std::int64_t count = static_cast<std::int64_t>(list.size());
-  auto at = [&](std::int64_t i) -> T& { return list[static_cast<std::size_t>(i - 1)]; };
+void heap_sort(T* list, std::int64_t count, Key key) {
+  auto at = [&](std::int64_t i) -> T& { return list[i - 1]; };
   auto sift = [&](std::int64_t i, std::int64_t m) {
     T held = at(i);
     std::int64_t c = 2 * i;
@@ -60,6 +59,10 @@ void heap_sort(std::vector<T>& list, Key key) {
     std::swap(at(1), at(m));
     sift(1, m - 1);
   }
+}
+template <typename T, typename Key>
+void heap_sort(std::vector<T>& list, Key key) {
+  heap_sort(list.data(), static_cast<std::int64_t>(list.size()), key);
 }
 
 // The reduction of a run to one number; `scratch` is reused by the quantiles.

@@ -144,6 +144,31 @@ TEST(diffusion, fast_walk_equals_the_plain_sampler_for_every_method_border_voxel
       }
 }
 
+TEST(diffusion, the_padded_slab_walk_equals_the_plain_sampler_over_a_whole_field) {
+  std::mt19937 rng(11);
+  testvolume v(13, 12, 11);
+  for (auto& c : v.voxels) c = (rng() % 3 == 0) ? 0 : std::uint8_t(1 + rng() % 5);
+  for (std::int64_t background : {0, 3})
+    for (int method : {1, 3, 5, 6}) {
+      diffusion::settings s;
+      s.n = 3;
+      s.method = method;
+      std::vector<realvector> out(v.voxels.size());
+      diffusion::field(v.view(background), s, 1, 2, out.data());
+      diffusion::lineplan plan;
+      diffusion::plan_build(plan, 3, v.nx, v.ny);
+      diffusion::scratch plain;
+      for (std::int64_t z = 1; z <= v.nz; ++z)
+        for (std::int64_t y = 1; y <= v.ny; ++y)
+          for (std::int64_t x = 1; x <= v.nx; ++x) {
+            const realvector expected = v.at(x, y, z) == 0 ? realvector{}
+                                          : diffusion::voxel_plain(v.view(background), plan, s, x, y, z, plain);
+            ASSERT_EQ(out[std::size_t(((z - 1) * v.ny + (y - 1)) * v.nx + (x - 1))], expected)
+                << "method " << method << " background " << background << " at " << x << "," << y << "," << z;
+          }
+    }
+}
+
 TEST(diffusion, one_and_two_threads_give_identical_fields) {
   testvolume v = tube({1, 2, 0});
   diffusion::settings s;
