@@ -1,13 +1,29 @@
 // families.cpp: calls every family's registrar in reference-macro order.
 #include "app/families.h"
 
+#include "images/image_commands.h"
+#include "images/image_files.h"
+#include "images/workspace.h"
 #include "library/basics.h"
+#include "lines/cloud.h"
+#include "meshes/mesh.h"
+#include "orientation/tensorfield.h"
+#include "orientation/vectorfield.h"
+#include "volumes/scalarfield.h"
 
 namespace qv::app {
 
 void register_all(macroengine& m) {
   // Command library first, then the global workspace words and the field families.
   library::register_basics(m);
+  workspace::register_global(m);
+  image::register_commands(m);
+  image::register_files(m);
+  workspace::register_family<scalarfield>(m);
+  workspace::register_family<vectorfield>(m);
+  workspace::register_family<tensorfield>(m);
+  workspace::register_family<mesh>(m);
+  workspace::register_family<cloud>(m);
 }
 
 }  // namespace qv::app
