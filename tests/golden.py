@@ -26,6 +26,7 @@ def mask(text, run_dir, exe):
     text = text.replace(run_dir, "<DIR>").replace(os.path.realpath(exe), "<EXE>")
     text = re.sub(r"^  : .*$", "  : <CLOCK>", text, flags=re.M)
     text = re.sub(r"^Done \(.*\)\.$", "Done (<ELAPSED>).", text, flags=re.M)
+    text = text.replace(" - Debug version ", " - Version ")
     text = re.sub(r"Version:? \d+\.\d+\.\d+", lambda m: m.group(0).split(" ")[0] + " <VERSION>", text)
     return text
 

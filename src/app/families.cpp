@@ -16,6 +16,10 @@ namespace qv::app {
 void register_all(macroengine& m) {
   // Command library first, then the global workspace words and the field families.
   library::register_basics(m);
+  library::register_run(m);
+  library::register_random(m);
+  library::register_time(m);
+  library::register_number_settings(m);
   workspace::register_global(m);
   image::register_commands(m);
   image::register_files(m);

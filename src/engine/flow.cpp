@@ -7,9 +7,11 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <type_traits>
 
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
+#include "foundation/randomsource.h"
 
 namespace qv::macro {
 namespace {
@@ -51,12 +53,6 @@ double hyper_length(wideview p) {
 
 bool hyper_text_equal(wideview a, wideview b) { return read_hyper(a) == read_hyper(b); }
 
-std::int64_t real_round(double v) {
-  if (std::isnan(v)) return 0;
-  if (v >= 9.2233720368547758e18) return INT64_MAX;
-  if (v <= -9.2233720368547758e18) return INT64_MIN;
-  return std::int64_t(std::nearbyint(v));
-}
 
 bool contains(wideview hay, wideview needle) { return hay.find(needle) != wideview::npos; }
 
@@ -347,7 +343,7 @@ void for_real(macroengine& m, std::int64_t& ln, double a, double s, double b) {
   for (;;) {
     double span = down ? a - b + 1 : b - a + 1;
     double len = step == 0 ? 0 : span / step;
-    set_inner(m, u"for.length", nat::text(real_round(len)));
+    set_inner(m, u"for.length", nat::text(real::round_nat(len)));
     set_inner(m, u"for.rest", u"");
     set_inner(m, u"for.relative", u"");
     set_inner(m, u"for.count", real_text(a));
@@ -365,9 +361,9 @@ void for_loop(macroengine& m, interpframe& fr, std::int64_t& ln) {
   prepare(m, fr.line);
   std::size_t n = parameter_count(m);
   if (n == 1) {
-    for_one(m, ln, real_round(text::real(parameter(m, 1))));
+    for_one(m, ln, real::round_nat(text::real(parameter(m, 1))));
   } else if (n == 2) {
-    std::int64_t a = real_round(text::real(parameter(m, 1))), b = real_round(text::real(parameter(m, 2)));
+    std::int64_t a = real::round_nat(text::real(parameter(m, 1))), b = real::round_nat(text::real(parameter(m, 2)));
     if (m.trace) print::line(u"  for|" + nat::text(a) + u".." + nat::text(b) + u"|");
     ln = count_passes(m, ln, a, b, u"for.length", u"for.rest", u"for.count", u"for.relative");
     m.currentline = ln;
@@ -397,6 +393,73 @@ void for_part(macroengine& m, interpframe& fr, std::int64_t& ln) {
   if (m.trace) print::line(u"  for.part|" + nat::text(from) + u".." + nat::text(to) + u"|");
   ln = count_passes(m, ln, from, to, u"for.length", u"", u"for.count", u"for.relativ");
   m.currentline = ln;
+}
+
+template <typename T>
+void shuffle(std::vector<T>& v) {
+  for (std::size_t i = v.size(); i > 1; --i) std::swap(v[i - 1], v[std::size_t(random::nat(std::int64_t(i)))]);
+}
+
+// Passes over shuffled values: `for.count` takes the values in their new order.
+template <typename T>
+void random_passes(macroengine& m, std::int64_t& ln, const std::vector<T>& values, std::int64_t first,
+                   std::int64_t last_i) {
+  const std::int64_t opener = ln, len = std::int64_t(values.size());
+  std::int64_t last = opener;
+  for (std::int64_t i = first; i <= last_i; ++i) {
+    T v = i >= 1 && i <= len ? values[std::size_t(i - 1)] : T{};
+    set_inner(m, u"for.length", nat::text(len));
+    set_inner(m, u"for.rest", nat::text(len - i));
+    if constexpr (std::is_same_v<T, double>) set_inner(m, u"for.count", real_text(v));
+    else set_inner(m, u"for.count", nat::text(v));
+    set_inner(m, u"for.relative", real_text(len ? double(i) / double(len) : 0));
+    block_name(m, u"for");
+    if (!run_pass(m, opener, last)) return;
+  }
+  ln = last;
+  m.currentline = ln;
+}
+
+void for_random(macroengine& m, interpframe& fr, std::int64_t& ln) {
+  prepare(m, fr.line);
+  std::size_t n = parameter_count(m);
+  if (n == 1) {
+    std::int64_t count = real::round_nat(text::real(parameter(m, 1)));
+    if (m.trace) print::line(u"  for.random|" + nat::text(count) + u"|");
+    std::int64_t len = count < 0 ? -count : count;
+    if (len < 1) {
+      block_name(m, u"for.ignore");
+      ln = interpret(m, ln, false);
+      m.currentline = ln;
+      return;
+    }
+    std::vector<std::int64_t> values(static_cast<std::size_t>(len));
+    for (std::int64_t i = 1; i <= len; ++i) values[std::size_t(i - 1)] = i;
+    shuffle(values);
+    random_passes(m, ln, values, 1, len);
+  } else if (n == 2) {
+    std::int64_t a = real::round_nat(text::real(parameter(m, 1))), b = real::round_nat(text::real(parameter(m, 2)));
+    if (b < a) std::swap(a, b);
+    if (m.trace) print::line(u"  for.random|" + nat::text(a) + u".." + nat::text(b) + u"|");
+    // A fixed array of b-a+1 entries filled at the indices a..b: past its end the
+    // writes are dropped, so that only a = 1 gives the whole set.
+    std::vector<std::int64_t> values(static_cast<std::size_t>(b - a + 1));
+    for (std::int64_t i = a; i <= b; ++i)
+      if (i >= 1 && i <= std::int64_t(values.size())) values[std::size_t(i - 1)] = i;
+    shuffle(values);
+    random_passes(m, ln, values, a, b);
+  } else if (n == 3) {
+    double a = text::real(parameter(m, 1)), s = std::fabs(text::real(parameter(m, 2))), b = text::real(parameter(m, 3));
+    if (b < a) std::swap(a, b);
+    if (m.trace) print::line(u"  for|" + real_text(a) + u"..(" + real_text(s) + u").." + real_text(b) + u"|");
+    std::vector<double> values{a};
+    if (s > 0)
+      for (double v = a + s; v <= b && values.size() < (std::size_t(1) << 26); v += s) values.push_back(v);
+    shuffle(values);
+    random_passes(m, ln, values, 1, std::int64_t(values.size()));
+  } else {
+    check_min(m, 1);
+  }
 }
 
 }  // namespace
@@ -471,6 +534,10 @@ bool flow_word(macroengine& m, interpframe& fr, std::int64_t& ln) {
   }
   if (w == u"for.part") {
     for_part(m, fr, ln);
+    return true;
+  }
+  if (w == u"for.random") {
+    for_random(m, fr, ln);
     return true;
   }
   if (w == u"while") {

@@ -61,3 +61,20 @@ void log_line(std::string_view s) {
   std::fputc('\n', logfile);
 }
 }  // namespace qv::console
+
+namespace qv {
+widetext print::coloured(wideview colour, wideview t) {
+  if (!console::ansi) return widetext(t);
+  return widetext(colour) + widetext(t) + widetext(colour::reset);
+}
+
+void print::line_coloured(wideview colour, wideview t) { line(coloured(colour, t)); }
+
+bool read::line(std::string& out) {
+  out.clear();
+  int c;
+  while ((c = std::fgetc(stdin)) != EOF && c != '\n') out.push_back(char(c));
+  if (!out.empty() && out.back() == '\r') out.pop_back();
+  return c != EOF || !out.empty();
+}
+}  // namespace qv

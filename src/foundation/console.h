@@ -26,7 +26,15 @@ void part(wideview t);    // the same with no line end
 void blank();             // an empty line
 void spaced(wideview t);  // text, a line end and a blank line
 void bytes(std::string_view utf8, bool line_end);   // for text that is UTF-8 already
+// The text between `colour` and the reset while `ansi` is on; plain otherwise.
+widetext coloured(wideview colour, wideview t);
+void line_coloured(wideview colour, wideview t);
 }  // namespace print
+
+namespace read {
+// One line from standard input without its line end; false at the end of input.
+bool line(std::string& out);
+}  // namespace read
 }  // namespace qv
 
 namespace qv::console {

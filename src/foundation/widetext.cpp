@@ -1,6 +1,8 @@
 // widetext.cpp: UTF-8 decoding and encoding, tokens and trimming.
 #include "foundation/widetext.h"
 
+#include "foundation/numbertext.h"
+
 namespace qv::text {
 
 widetext from_utf8(std::string_view b) {
@@ -130,6 +132,59 @@ widetext replace(wideview t, wideview from, wideview to) {
   }
   out.append(t.substr(i));
   return out;
+}
+
+}  // namespace qv::text
+
+namespace qv::text {
+
+std::size_t pos_last(wideview needle, wideview hay) {
+  if (needle.empty()) return 0;
+  std::size_t p = hay.rfind(needle);
+  return p == wideview::npos ? 0 : p + 1;
+}
+
+std::size_t pos_from(wideview needle, wideview hay, std::size_t from) {
+  if (needle.empty() || from > hay.size()) return 0;
+  std::size_t p = hay.find(needle, from == 0 ? 0 : from - 1);
+  return p == wideview::npos ? 0 : p + 1;
+}
+
+std::size_t pos_last_from(wideview needle, wideview hay, std::size_t from) {
+  if (needle.empty() || from == 0) return 0;
+  std::size_t p = hay.rfind(needle, from - 1);
+  return p == wideview::npos ? 0 : p + 1;
+}
+
+widetext replacechar(widetext t, widechar a, widechar b) {
+  if (a > 0xFF) return t;
+  for (widechar& c : t)
+    if (c == a) c = b;
+  return t;
+}
+
+bool less(wideview a, wideview b) {
+  if (!number::format.charorder && a.size() != b.size()) return a.size() < b.size();
+  return a < b;
+}
+
+bool lessequal(wideview a, wideview b) { return a == b || less(a, b); }
+
+widechar char_(wideview t, std::size_t i) { return (i >= 1 && i <= t.size()) ? t[i - 1] : widechar(0); }
+
+void setchar(widetext& t, std::size_t i, widechar c) {
+  if (i >= 1 && i <= t.size()) t[i - 1] = c;
+}
+
+widetext copy(wideview t, std::size_t start, std::size_t count) {
+  if (start == 0) start = 1;
+  if (start > t.size()) return {};
+  return widetext(t.substr(start - 1, count));
+}
+
+void delete_(widetext& t, std::size_t start, std::size_t count) {
+  if (start == 0 || start > t.size()) return;
+  t.erase(start - 1, count);
 }
 
 }  // namespace qv::text

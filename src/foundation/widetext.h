@@ -52,7 +52,25 @@ widetext upper(widetext t);
 inline widechar lower_char(widechar c) { return (c >= u'A' && c <= u'Z') ? widechar(c + 32) : c; }
 
 std::size_t pos(wideview needle, wideview hay);   // 1-based, 0 if none
+std::size_t pos_last(wideview needle, wideview hay);
+std::size_t pos_from(wideview needle, wideview hay, std::size_t from);        // search starts at `from`
+std::size_t pos_last_from(wideview needle, wideview hay, std::size_t from);   // ends at or before `from`
 widetext replace(wideview t, wideview from, wideview to);   // all, left to right, no rescan
+widetext replacechar(widetext t, widechar a, widechar b);   // only ASCII-plane characters
+
+// Comparisons. `less`: the shorter text first, then by character; by character
+// alone while the number format's `charorder` switch is set.
+inline bool equal(wideview a, wideview b) { return a == b; }
+inline bool notequal(wideview a, wideview b) { return a != b; }
+bool less(wideview a, wideview b);
+bool lessequal(wideview a, wideview b);
+
+// Characters by 1-based position: 0 outside; a write outside is ignored.
+widechar char_(wideview t, std::size_t i);
+void setchar(widetext& t, std::size_t i, widechar c);
+widetext copy(wideview t, std::size_t start, std::size_t count);   // 1-based start
+void delete_(widetext& t, std::size_t start, std::size_t count);
+inline widetext concat(wideview a, wideview b) { return widetext(a) + widetext(b); }
 
 }  // namespace text
 }  // namespace qv
