@@ -4,11 +4,11 @@
 #include <pthread.h>
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
+#include "foundation/progress.h"
 
 namespace qv::threads {
 
 std::atomic<std::uint32_t> slices_started{0}, slices_finished{0}, slice_taken{0};
-progresshooks progress;
 
 std::int64_t max_from_text(wideview t) {
   std::int64_t n = text::nat(t);
@@ -73,7 +73,7 @@ void run_frame(std::int64_t nz, std::int64_t maxthreads, wideview label, slicefn
   slices_started = 0;
   print::line(widetext(u"Working threads: ") + nat::text(nz));
   print::line(widetext(u"Parallel: ") + nat::text(maxthreads));
-  if (progress.set) progress.set(0.0, label);
+  progress::set(0.0, label);
   for (std::int64_t z = 1; z <= nz; ++z) {
     if (hooks.before_start) hooks.before_start(hooks.ring, z);
     slices_started.fetch_add(1);
@@ -87,10 +87,10 @@ void run_frame(std::int64_t nz, std::int64_t maxthreads, wideview label, slicefn
     wait_taken();
     wait_running_below(maxthreads);
     if (hooks.after_pass) hooks.after_pass(hooks.ring);
-    if (progress.set) progress.set(static_cast<double>(slices_finished.load()) / nz, label);
+    progress::set(static_cast<double>(slices_finished.load()) / double(nz), label);
   }
   wait_running_below(1);
-  if (progress.end) progress.end(label);
+  progress::end(label);
 }
 
 // ---- slice ring

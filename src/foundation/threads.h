@@ -17,19 +17,11 @@ extern std::atomic<std::uint32_t> slices_started, slices_finished, slice_taken;
 // that is no number or below 1 gives 1. There is no upper clamp.
 std::int64_t max_from_text(wideview t);
 
-// The progress display the frame drives with the label (fraction 0..1, then the
-// end). Null hooks show nothing; the console's progress routines are set here.
-struct progresshooks {
-  void (*set)(double fraction, wideview label) = nullptr;
-  void (*end)(wideview label) = nullptr;
-};
-extern progresshooks progress;
-
 // A slice routine: gets its context and a z from 1 to nz, writes only its own slice.
 using slicefn = void (*)(void* context, std::int64_t z);
 
-// The frame: prints "Working threads: " nz and "Parallel: " maxthreads, then
-// starts one thread per slice in ascending z, with at most `maxthreads` running
+// The frame: prints "Working threads: " nz and "Parallel: " maxthreads, drives
+// the progress line under `label`, starts one thread per slice in ascending z, with at most `maxthreads` running
 // at once, and returns when all have ended. A slice whose thread cannot be
 // started is skipped silently.
 void per_slice(std::int64_t nz, std::int64_t maxthreads, wideview label, slicefn fn, void* context);
