@@ -8,6 +8,7 @@
 #include "lines/cloud.h"
 #include "meshes/mesh.h"
 #include "orientation/tensorfield.h"
+#include "orientation/vector_commands.h"
 #include "orientation/vectorfield.h"
 #include "volumes/scalarfield.h"
 
@@ -25,6 +26,7 @@ void register_all(macroengine& m) {
   image::register_files(m);
   workspace::register_family<scalarfield>(m);
   workspace::register_family<vectorfield>(m);
+  vector::register_commands(m);
   workspace::register_family<tensorfield>(m);
   workspace::register_family<mesh>(m);
   workspace::register_family<cloud>(m);
