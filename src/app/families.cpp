@@ -9,6 +9,7 @@
 #include "meshes/mesh.h"
 #include "orientation/tensorfield.h"
 #include "orientation/vector_commands.h"
+#include "orientation/vector_files.h"
 #include "orientation/vectorfield.h"
 #include "volumes/scalarfield.h"
 
@@ -27,6 +28,7 @@ void register_all(macroengine& m) {
   workspace::register_family<scalarfield>(m);
   workspace::register_family<vectorfield>(m);
   vector::register_commands(m);
+  vector::register_files(m);
   workspace::register_family<tensorfield>(m);
   workspace::register_family<mesh>(m);
   workspace::register_family<cloud>(m);
