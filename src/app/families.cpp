@@ -7,6 +7,7 @@
 #include "library/basics.h"
 #include "lines/cloud.h"
 #include "meshes/mesh.h"
+#include "orientation/diffusion.h"
 #include "orientation/tensorfield.h"
 #include "orientation/vector_commands.h"
 #include "orientation/vector_files.h"
@@ -25,7 +26,9 @@ void register_all(macroengine& m) {
   workspace::register_global(m);
   image::register_commands(m);
   image::register_files(m);
+  image::register_diffusion(m);
   workspace::register_family<scalarfield>(m);
+  scalar::register_diffusion(m);
   workspace::register_family<vectorfield>(m);
   vector::register_commands(m);
   vector::register_files(m);

@@ -26,8 +26,9 @@ bool fits32(std::int64_t v) { return v >= std::numeric_limits<std::int32_t>::min
 
 }  // namespace
 
-void plan_build(lineplan& plan, std::int64_t n, std::int64_t nx, std::int64_t ny) {
-  scan::direction_set(n, 0, plan.directions, plan.units);
+void plan_build(lineplan& plan, std::int64_t n, std::int64_t nx, std::int64_t ny, bool planar) {
+  if (planar) scan::direction_set_2d(n, 0, plan.directions, plan.units);
+  else scan::direction_set(n, 0, plan.directions, plan.units);
   plan.start.clear();
   plan.count.clear();
   plan.boxes.clear();
@@ -440,6 +441,10 @@ template <typename T>
 void slice(const scan::volume<T>& v, lineplan& p, const settings& s, std::int64_t z, std::int64_t f,
            scratch& work, realvector* out) {
   if (f < 1) f = 1;
+  if (!v.data) {   // no voxels: no line ever qualifies
+    std::fill(out, out + (v.nx / f) * (v.ny / f), realvector{});
+    return;
+  }
   switch (method_of(s.method)) {
     case 1: return slice_m<T, 1>(v, p, s, z, f, work, out);
     case 2: return slice_m<T, 2>(v, p, s, z, f, work, out);
@@ -467,6 +472,23 @@ std::int64_t field(const scan::volume<T>& v, const settings& s, std::int64_t f, 
   return samples.load();
 }
 
+template <typename T>
+std::int64_t field_2d(const scan::volume<T>& v, const settings& s, std::int64_t maxthreads, realvector* out) {
+  std::atomic<std::int64_t> samples{0};
+  auto worker = [&](std::int64_t y) {
+    lineplan plan;
+    plan_build(plan, s.n, v.nx, v.ny, true);
+    scratch work;
+    for (std::int64_t x = 1; x <= v.nx; ++x) {
+      realvector& r = out[(y - 1) * v.nx + (x - 1)];
+      r = (v.data && v.read(std::uint64_t(x), std::uint64_t(y), 1) > 0) ? voxel(v, plan, s, x, y, 1, work) : realvector{};
+    }
+    samples += work.samples;
+  };
+  threads::per_slice(v.ny, maxthreads, u"  Calculate vectorfield", worker);
+  return samples.load();
+}
+
 #define QV_DIFFUSION_TYPES(T)                                                                                    \
   template realvector voxel(const scan::volume<T>&, const lineplan&, const settings&, std::int64_t, std::int64_t, \
                             std::int64_t, scratch&);                                                              \
@@ -474,7 +496,8 @@ std::int64_t field(const scan::volume<T>& v, const settings& s, std::int64_t f, 
                                   std::int64_t, std::int64_t, scratch&);                                          \
   template void slice(const scan::volume<T>&, lineplan&, const settings&, std::int64_t, std::int64_t,       \
                       scratch&, realvector*);                                                             \
-  template std::int64_t field(const scan::volume<T>&, const settings&, std::int64_t, std::int64_t, realvector*);
+  template std::int64_t field(const scan::volume<T>&, const settings&, std::int64_t, std::int64_t, realvector*); \
+  template std::int64_t field_2d(const scan::volume<T>&, const settings&, std::int64_t, realvector*);
 QV_DIFFUSION_TYPES(std::uint8_t)
 QV_DIFFUSION_TYPES(std::uint16_t)
 #undef QV_DIFFUSION_TYPES

@@ -35,7 +35,8 @@ struct lineplan {
   std::vector<box> boxes;
   bool linear = false;                  // false: offsets too large, every voxel takes the checked walk
 };
-void plan_build(lineplan& plan, std::int64_t n, std::int64_t nx, std::int64_t ny);
+// `planar`: the half circle of the image scan instead of the half sphere.
+void plan_build(lineplan& plan, std::int64_t n, std::int64_t nx, std::int64_t ny, bool planar = false);
 void plan_strides(lineplan& plan, std::int64_t stride_x, std::int64_t stride_y);
 
 // Per-worker lists, reused from voxel to voxel.
@@ -76,8 +77,12 @@ void slice(const scan::volume<T>& v, lineplan& plan, const settings& s, std::int
 // The whole field through the worker frame: output slice k (1 to nz / f) from
 // source slice k f, each worker with its own plan and lists. `out` holds
 // (nx / f) (ny / f) (nz / f) results; returns the line samples read.
+// A volume without data gives null everywhere. `planar` scans an image (nz 1)
+// with the half circle, one worker per row instead of per slice.
 template <typename T>
 std::int64_t field(const scan::volume<T>& v, const settings& s, std::int64_t f, std::int64_t maxthreads,
                    realvector* out);
+template <typename T>
+std::int64_t field_2d(const scan::volume<T>& v, const settings& s, std::int64_t maxthreads, realvector* out);
 
 }  // namespace qv::diffusion
