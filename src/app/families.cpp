@@ -29,6 +29,7 @@ void register_all(macroengine& m) {
   image::register_diffusion(m);
   workspace::register_family<scalarfield>(m);
   scalar::register_diffusion(m);
+  scalar::register_diffusion_points(m);
   workspace::register_family<vectorfield>(m);
   vector::register_commands(m);
   vector::register_files(m);

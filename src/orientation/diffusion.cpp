@@ -1,9 +1,8 @@
-// diffusion.cpp: the `scalar.diffusion*` and `image.diffusion*` commands: scan settings, the field scans and the point dump.
+// diffusion.cpp: the `scalar.diffusion*` and `image.diffusion*` commands: scan settings and the field scans.
 #include "orientation/diffusion.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <memory>
 #include <mutex>
 #include <numbers>
@@ -173,96 +172,6 @@ void reduced_cmd(macroengine& m) { diffusion_run(m, F, false); }
 template <int F>
 void adaptive_cmd(macroengine& m) { diffusion_run(m, F, true); }
 
-// ---- the point dump
-
-struct pointargs {
-  std::string file;
-  std::int64_t n = 16;
-  scan::scan_vector p;
-  bool shifted = false;
-  framemath::vector shift;
-};
-
-// file [n [<x,y,z> [<dx,dy,dz>]]]: a point with a component below 1 is the centre.
-bool point_args(macroengine& m, pointargs& a, bool with_n) {
-  const std::size_t count = macro::parameter_count(m);
-  const std::size_t most = with_n ? 4 : 3;
-  if (count < 1) { macro::check_min(m, 1); return false; }
-  if (count > most) { macro::check_max(m, std::int64_t(most)); return false; }
-  a.file = text::utf8(macro::parameter(m, 1));
-  std::size_t next = 2;
-  if (with_n && count >= next) a.n = text::nat(macro::parameter(m, next++));
-  const scalarfield& f = current();
-  framemath::vector p{0, 0, 0};
-  if (count >= next) p = read_vector(macro::parameter(m, next++));
-  if (p.x < 1 || p.y < 1 || p.z < 1) a.p = {f.width / 2, f.height / 2, f.depth / 2};
-  else a.p = {framemath::round(p.x), framemath::round(p.y), framemath::round(p.z)};
-  if (count >= next) {
-    a.shift = read_vector(macro::parameter(m, next));
-    a.shifted = true;
-    a.p = {a.p.x + framemath::round(a.shift.x), a.p.y + framemath::round(a.shift.y), a.p.z + framemath::round(a.shift.z)};
-  }
-  return !a.file.empty();
-}
-
-widetext point_text(const pointargs& a) {
-  widetext t = natvector_text({a.p.x, a.p.y, a.p.z});
-  if (a.shifted) t = natvector_text({a.p.x - framemath::round(a.shift.x), a.p.y - framemath::round(a.shift.y),
-                                     a.p.z - framemath::round(a.shift.z)}) + u" + " + vector_text(a.shift);
-  return t;
-}
-
-struct fileclose { void operator()(std::FILE* f) const { if (f) std::fclose(f); } };
-
-template <typename T>
-void dump_lines(std::FILE* out, const scan::volume<T>& v, const pointargs& a) {
-  std::vector<scan::ringpoint> points;
-  scan::direction_points(a.n, points);
-  scan::sample_list run;
-  struct hit { std::int64_t number; double sd; };
-  std::vector<hit> hits;
-  auto u8 = [](const widetext& t) { return text::utf8(t); };
-  for (std::size_t k = 0; k < points.size(); ++k) {
-    const scan::ringpoint& q = points[k];
-    const scan::scan_vector from{scan::round_even(double(a.p.x) + q.v.x), scan::round_even(double(a.p.y) + q.v.y),
-                                 scan::round_even(double(a.p.z) + q.v.z)};
-    const scan::scan_vector to{scan::round_even(double(a.p.x) - q.v.x), scan::round_even(double(a.p.y) - q.v.y),
-                               scan::round_even(double(a.p.z) - q.v.z)};
-    if (v.data) scan::scan_run(v, from, to, run);
-    else run.clear();
-    const std::int64_t count = std::int64_t(run.size());
-    std::string line = count >= a.n ? std::to_string(hits.size() + 1) : "<r";
-    line += " u:" + std::to_string(q.i) + " v:" + std::to_string(q.j) + " x:" + u8(real::text(q.v.x)) +
-            " y:" + u8(real::text(q.v.y)) + " z:" + u8(real::text(q.v.z));
-    if (count == 0) {
-      line += " len:0";
-    } else {
-      const double mean = scan::reduce(run, 1), sd = scan::reduce(run, 2);
-      line += " len:" + std::to_string(count) + " mean:" + u8(real::text(mean)) + " SD:" + u8(real::text(sd));
-      for (std::int64_t s : run) line += " " + std::to_string(s);
-      if (count >= a.n) hits.push_back({std::int64_t(hits.size() + 1), sd});
-    }
-    std::fprintf(out, "%s\n", line.c_str());
-    if (k + 1 == points.size() || points[k + 1].i != q.i) std::fprintf(out, "\n");
-  }
-  if (hits.size() < 2) return;
-  std::stable_sort(hits.begin(), hits.end(), [](const hit& x, const hit& y) { return x.sd < y.sd; });
-  const char* heads[3] = {" Min SD pos: ", " 2. SD pos: ", " 3. SD pos: "};
-  for (std::size_t r = 0; r < std::min<std::size_t>(3, hits.size()); ++r)
-    std::fprintf(out, "%s%lld (SD: %s)\n", heads[r], (long long)hits[r].number, u8(real::text(hits[r].sd)).c_str());
-}
-
-void dump_cmd(macroengine& m) {
-  pointargs a;
-  if (!point_args(m, a, true)) return;
-  std::unique_ptr<std::FILE, fileclose> out(std::fopen(a.file.c_str(), "wb"));
-  if (!out) return;
-  print::line(u"Diffusion dump at: " + point_text(a));
-  const diffusion::scalarview v = diffusion::scalar_voxels(current());
-  if (v.fullgray.data) dump_lines(out.get(), v.fullgray, a);
-  else dump_lines(out.get(), v.gray, a);
-}
-
 constexpr cmdkind P = cmdkind::procedure;
 
 constexpr cmdrow rows[] = {
@@ -280,7 +189,6 @@ constexpr cmdrow rows[] = {
     {"diffusion.adaptive.x3", P, adaptive_cmd<3>,  "scalar.diffusion.adaptive.x3 16", "only for scalar div 2 or if fails for subpixels"},
     {"diffusion.adaptive.x4", P, adaptive_cmd<4>,  "scalar.diffusion.adaptive.x4 16", "only for scalar div 2 or if fails for subpixels"},
     {"diffusion.adaptive.x5", P, adaptive_cmd<5>,  "scalar.diffusion.adaptive.x5 16", "only for scalar div 2 or if fails for subpixels"},
-    {"diffusion.dump",        P, dump_cmd,         "scalar.diffusion.dump file.txt 16 <x,y,z> <dx,dy,dz>", "text dump of all lines at one voxel"},
 };
 
 }  // namespace

@@ -14,6 +14,7 @@ widetext method_line(const settings& s);
 
 namespace qv::scalar {
 void register_diffusion(macroengine& m);   // `scalar.fullscan`, `scalar.submethod`, `scalar.diffusion*`
+void register_diffusion_points(macroengine& m);   // `.map`, `.colormap`, `.dump`, `.histogram`, `.sd`
 }
 namespace qv::image {
 void register_diffusion(macroengine& m);   // `image.fullscan`, `image.submethod`, `image.diffusion*`
