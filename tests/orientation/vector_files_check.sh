@@ -63,4 +63,39 @@ head -1 out.am | grep -qF "# AmiraMesh 3D ASCII 2.0" || { echo "FAIL am"; fail=1
 [ "$(sed -n '/^@1$/,$p' out.am | tail -n +2 | wc -l)" -eq 24 ] || { echo "FAIL am data lines"; fail=1; }
 [ "$(grep -c '^<' out.limbert)" -eq 46 ] || { echo "FAIL limbert lines"; fail=1; }
 [ "$(wc -l < back.txt)" -eq 23 ] || { echo "FAIL text lines"; fail=1; }
+# Odd files: a header promising 30000^3 vectors, a cut file, a 3D scalar file; none may crash.
+/usr/bin/python3 - <<'PY'
+import gzip
+data = open("out.nii", "rb").read()
+big = bytearray(data[:352])
+big[42:48] = (30000).to_bytes(2, "little") * 3
+open("absurd.nii", "wb").write(bytes(big))
+with gzip.open("absurd.nii.gz", "wb") as f:
+    f.write(bytes(big))
+open("cut.nii", "wb").write(data[:352 + 100])
+flat = bytearray(data[:352 + 24 * 8])
+flat[40:42] = (3).to_bytes(2, "little")
+flat[48:50] = (1).to_bytes(2, "little")
+flat[50:52] = (1).to_bytes(2, "little")
+open("flat.nii", "wb").write(bytes(flat))
+open("junk.nii", "wb").write(b"not a header at all " * 20)
+PY
+cat > odd.macro <<'MACRO'
+debug.no
+vector.load absurd.nii
+vector.load absurd.nii.gz
+vector.load cut.nii
+vector.load flat.nii
+vector.load junk.nii
+vector.load missing.nii
+f := vector.ifvector
+print "after odd files " f
+MACRO
+odd=$("$exe" -strict -macro=odd.macro 2>&1 </dev/null)
+rc=$?
+[ $rc -eq 0 ] || { echo "FAIL odd files exit $rc"; fail=1; }
+for want in "Wrong file size! Header:30000x30000x30000" "Bad dim size (4x3x2)" "Wrong header!" "Couldn't read File (missing.nii)" "after odd files 0"; do
+  grep -qF "$want" <<<"$odd" || { echo "FAIL odd files: no '$want'"; echo "$odd"; fail=1; }
+done
+grep -qF "(30000x30000x30000)! Create empty field." <<<"$odd" || { echo "FAIL absurd gzip"; fail=1; }
 exit $fail

@@ -9,6 +9,7 @@
 
 #include <zlib.h>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <memory>
 
@@ -173,6 +174,26 @@ float swapped_float(const unsigned char* h, std::size_t at, bool swap) {
   return take<float>(b, 0);
 }
 
+// Bytes the file holds once unpacked: the file size, or for gzip the size its
+// trailer records (modulo 2^32, so only a lower bound below 4 GB is trusted).
+std::int64_t unpacked_size(const std::string& name, bool& known, bool& exact) {
+  known = exact = false;
+  std::FILE* raw = std::fopen(name.c_str(), "rb");
+  if (!raw) return 0;
+  unsigned char magic[2] = {0, 0};
+  const bool zipped = std::fread(magic, 1, 2, raw) == 2 && magic[0] == 0x1f && magic[1] == 0x8b;
+  std::fseek(raw, zipped ? -4 : 0, SEEK_END);
+  std::int64_t size = std::ftell(raw);
+  if (zipped) {
+    unsigned char t[4] = {0, 0, 0, 0};
+    size = std::fread(t, 1, 4, raw) == 4 ? std::int64_t(t[0] | t[1] << 8 | t[2] << 16 | std::uint32_t(t[3]) << 24) : 0;
+  }
+  std::fclose(raw);
+  known = true;
+  exact = !zipped;
+  return size;
+}
+
 void empty_with(vectorfield& f, wideview line) {
   print::line(line);
   clear_field(f);
@@ -214,6 +235,14 @@ bool load_nifti(vectorfield& f, const std::string& name) {
   const std::int64_t offset = vox_offset > 352 ? std::int64_t(std::llround(vox_offset)) : 352;
   const bool rgb = datatype == 128;
   const std::uint8_t tag = rgb ? 170 : (datatype == 16 || datatype == 64) ? 88 : 89;
+  // The data must be there before the field is allocated.
+  const double need = double(offset) + double(dim[1]) * double(dim[2]) * double(dim[3]) * 3 * (rgb ? 1 : bytes);
+  bool known = false, exact = false;
+  const std::int64_t have = unpacked_size(name, known, exact);
+  if (known && (exact || need < 4294967296.0) && double(have) < need) {
+    empty_with(f, u"  Wrong file size! Header:" + sizes(dim[1], dim[2], dim[3]) + u" Create empty field.");
+    return false;
+  }
   if (!create_field(f, tag, dim[1], dim[2], dim[3])) {
     empty_with(f, u"  Bad dim size (" + sizes(dim[1], dim[2], dim[3]) + u")! Create empty field.");
     return false;
