@@ -2,10 +2,12 @@
 #include "orientation/scan.h"
 
 #include <algorithm>
-#include <atomic>
 #include <limits>
+#include <mutex>
 #include <numbers>
 #include <unordered_set>
+
+#include "foundation/randomsource.h"
 
 namespace qv::scan {
 
@@ -35,12 +37,11 @@ namespace {
 
 constexpr double pi = std::numbers::pi;
 
-std::uint64_t fallback_random(std::uint64_t count) {
-  static std::atomic<std::uint64_t> state{0x9E3779B97F4A7C15ull};
-  std::uint64_t s = state.fetch_add(0x9E3779B97F4A7C15ull) + 0x9E3779B97F4A7C15ull;
-  s = (s ^ (s >> 30)) * 0xBF58476D1CE4E5B9ull;
-  s = (s ^ (s >> 27)) * 0x94D049BB133111EBull;
-  return (s ^ (s >> 31)) % count;
+// The program's shared random source; workers of one run draw from it in turn.
+std::uint64_t shared_random(std::uint64_t count) {
+  static std::mutex turn;
+  std::lock_guard<std::mutex> hold(turn);
+  return std::uint64_t(random::nat(std::int64_t(count)));
 }
 
 struct vectorhash {
@@ -84,7 +85,7 @@ void select(direction_list& sorted, std::int64_t limit, direction_list& directio
     for (const scan_vector& d : sorted) units.push_back(normalise(as_real(d)));
     return;
   }
-  if (!random) random = fallback_random;
+  if (!random) random = shared_random;
   const scan_vector null{};
   limit = std::min<std::int64_t>(limit, std::count_if(sorted.begin(), sorted.end(),
                                                       [&](const scan_vector& d) { return !(d == null); }));

@@ -19,7 +19,8 @@ realvector normalise(realvector v);   // a null vector stays null
 double length(realvector v);
 double angle(realvector a, realvector b);   // arc cosine of the normalised dot product; 0 for a null side
 
-// The program's random source for the limited selection: an index in 0..count-1.
+// A random source for the limited selection: an index in 0..count-1 (null: the
+// program's shared source).
 using randomfn = std::uint64_t (*)(std::uint64_t count);
 
 // Directions over a half sphere of radius n (n >= 1). limit 0 takes all, in the
