@@ -8,7 +8,7 @@
 
 namespace qv::threads {
 
-std::atomic<std::uint32_t> slices_started{0}, slices_finished{0}, slice_taken{0};
+std::atomic<std::uint32_t> slices_started{0}, slices_finished{0}, slice_taken{0}, slices_failed{0};
 
 std::int64_t max_from_text(wideview t) {
   std::int64_t n = text::nat(t);
@@ -32,7 +32,12 @@ void* entry(void* arg) {
   std::int64_t z = *cell->z;
   slice_taken.fetch_add(1);
   slice_taken.notify_one();
-  fn(context, z);
+  // An exception may not leave a thread; a slice that ran out of memory keeps what it held.
+  try {
+    fn(context, z);
+  } catch (...) {
+    slices_failed.fetch_add(1);
+  }
   slices_finished.fetch_add(1);
   slices_finished.notify_all();
   return nullptr;
@@ -71,6 +76,7 @@ void run_frame(std::int64_t nz, std::int64_t maxthreads, wideview label, slicefn
                const framehooks& hooks) {
   slices_finished = 0;
   slices_started = 0;
+  slices_failed = 0;
   print::line(widetext(u"Working threads: ") + nat::text(nz));
   print::line(widetext(u"Parallel: ") + nat::text(maxthreads));
   progress::set(0.0, label);

@@ -12,6 +12,8 @@ namespace qv::threads {
 // `slices_started` is written by the frame's thread alone; workers increment
 // `slice_taken` once they hold their z and `slices_finished` as their last act.
 extern std::atomic<std::uint32_t> slices_started, slices_finished, slice_taken;
+// Slices whose routine ended by an exception (out of memory); the handler may report them.
+extern std::atomic<std::uint32_t> slices_failed;
 
 // The cap on threads running at once, from the text of `thread.max`: anything
 // that is no number or below 1 gives 1. There is no upper clamp.

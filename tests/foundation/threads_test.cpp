@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <mutex>
+#include <new>
 #include <thread>
 #include <vector>
 #include "foundation/threads.h"
@@ -129,4 +130,16 @@ TEST(threads, slice_ring_runs_serially_for_one_thread_or_one_slice) {
     EXPECT_EQ(ring.voxels, serial.voxels);
     EXPECT_EQ(threads::slices_started.load(), 77u) << "the serial path starts no thread";
   }
+}
+
+TEST(threads, a_slice_that_throws_is_counted_and_the_others_run) {
+  std::atomic<int> ran{0};
+  auto fn = [&](std::int64_t z) {
+    if (z == 2) throw std::bad_alloc();
+    ++ran;
+  };
+  threads::per_slice(4, 2, u"  Test", fn);
+  EXPECT_EQ(ran.load(), 3);
+  EXPECT_EQ(threads::slices_failed.load(), 1u);
+  EXPECT_EQ(threads::slices_finished.load(), 4u);
 }
