@@ -54,6 +54,18 @@ void load_cmd(macroengine& m) {
   f.filename = name;
 }
 
+// Only the header: the frame into the current field, or size and frame into a new one.
+void load_header(macroengine& m, niftipart part) {
+  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
+  const widetext name = macro::parameter(m, 1);
+  const std::string e = image::file_extension(text::utf8(name));
+  if (e != "nii" && e != "nii.gz") return print::line(u"Not provided!");
+  print::line(u"Read file (" + name + u").");
+  load_nifti(current(), text::utf8(name), part);
+}
+void load_properties_cmd(macroengine& m) { load_header(m, niftipart::frame); }
+void load_framework_cmd(macroengine& m) { load_header(m, niftipart::framework); }
+
 // Reads a file as a field and merges it voxel by voxel into the current one.
 enum class merge : std::uint8_t { all, without_zero, longest };
 
@@ -95,6 +107,8 @@ constexpr cmdkind P = cmdkind::procedure;
 constexpr cmdrow rows[] = {
     {"save",        P, save_cmd,        "vector.save file.nii.gz [<0.5,0.5,0.5>]", "save vector field with vector scaling <0.5, 0.5, 0.5>; nii, nii.gz, fld, am, limbert or txt"},
     {"load",        P, load_cmd,        "vector.load file.nii.gz",              "reads a vector field: nii, nii.gz or txt"},
+    {"load.properties", P, load_properties_cmd, "vector.load.properties file.nii", "reads only offset and matrix into the field"},
+    {"load.framework",  P, load_framework_cmd,  "vector.load.framework file.nii",  "size and frame of a file, all vectors null"},
     {"append",      P, append_cmd,      "vector.append file.nii",               "merges a file into the field"},
     {"append.zero", P, append_zero_cmd, "vector.append.zero file.nii",          "merges a file into the field, without its null vectors"},
     {"append.best", P, append_best_cmd, "vector.append.best file.nii",          "merges a file into the field, keeping the longer vector"},

@@ -30,10 +30,21 @@ s := vector.size
 hi := vector.max
 print s " " hi
 vector.save back.txt
+vector.use frame
+vector.load.framework out.nii
+s := vector.size
+hi := vector.max
+sc := vector.scale
+vector.new 2 2 2
+vector.load.properties out.nii
+o := vector.offset
+s2 := vector.size
+print s " " hi " " sc " " o " " s2
 MACRO
 out=$("$exe" -strict -macro=run.macro 2>&1 </dev/null)
 fail=0
 grep -qF "<4,3,2> <4,30,200>" <<<"$out" || { echo "FAIL read back: $out"; fail=1; }
+grep -qF "<4,3,2> <0,0,0> <2,1,0.5> <10,20,30> <2,2,2>" <<<"$out" || { echo "FAIL framework and properties: $out"; fail=1; }
 /usr/bin/python3 - <<'PY' || fail=1
 import sys, numpy as np, nibabel as nib
 for name in ("out.nii.gz", "out.nii"):

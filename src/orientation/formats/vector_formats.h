@@ -13,6 +13,8 @@ bool save_amira(const vectorfield& f, const std::string& name, vector scale);
 bool save_limbert(const vectorfield& f, const std::string& name, vector scale);
 bool save_text(const vectorfield& f, const std::string& name, vector scale);
 // Readers size the field anew, or leave it empty with the reason printed.
-bool load_nifti(vectorfield& f, const std::string& name);
+// `frame`: only offset and matrix into the field; `framework`: size and frame, all null.
+enum class niftipart : std::uint8_t { all, frame, framework };
+bool load_nifti(vectorfield& f, const std::string& name, niftipart part = niftipart::all);
 bool load_text(vectorfield& f, const std::string& name);
 }  // namespace qv::vector

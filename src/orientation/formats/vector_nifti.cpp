@@ -194,6 +194,27 @@ std::int64_t unpacked_size(const std::string& name, bool& known, bool& exact) {
   return size;
 }
 
+// The frame from srow when sform_code is set, else the voxel sizes; printed.
+void apply_frame(vectorfield& f, const unsigned char* h, bool swap) {
+  framemath::matrix m;
+  framemath::vector o{};
+  std::int16_t sform = take<std::int16_t>(h, 254);
+  if (swap) sform = std::int16_t(((sform & 0xFF) << 8) | ((sform >> 8) & 0xFF));
+  if (sform > 0) {
+    for (int axis = 0; axis < 3; ++axis)
+      for (int row = 0; row < 3; ++row)
+        m.m[3 * row + axis] = swapped_float(h, 280 + 16 * std::size_t(axis) + 4 * std::size_t(row), swap);
+    o = {swapped_float(h, 292, swap), swapped_float(h, 308, swap), swapped_float(h, 324, swap)};
+  } else {
+    for (int i = 0; i < 3; ++i) m.m[4 * i] = swapped_float(h, 80 + 4 * std::size_t(i), swap);
+  }
+  for (int r = 0; r < 3; ++r)
+    if (m.row(r) == vector{}) { m = framemath::matrix{}; break; }
+  frame_set_matrix(f.frame, m);
+  frame_set_offset(f.frame, o);
+  print::line(u"  Transformation: " + matrix_text(m) + u" + " + vector_text(o));
+}
+
 void empty_with(vectorfield& f, wideview line) {
   print::line(line);
   clear_field(f);
@@ -201,7 +222,7 @@ void empty_with(vectorfield& f, wideview line) {
 
 }  // namespace
 
-bool load_nifti(vectorfield& f, const std::string& name) {
+bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
   const widetext wname = text::from_utf8(name);
   gzhandle in(gzopen(name.c_str(), "rb"));
   unsigned char h[348];
@@ -235,6 +256,18 @@ bool load_nifti(vectorfield& f, const std::string& name) {
   const std::int64_t offset = vox_offset > 352 ? std::int64_t(std::llround(vox_offset)) : 352;
   const bool rgb = datatype == 128;
   const std::uint8_t tag = rgb ? 170 : (datatype == 16 || datatype == 64) ? 88 : 89;
+  if (part == niftipart::frame) {
+    apply_frame(f, h, swap);
+    return true;
+  }
+  if (part == niftipart::framework) {
+    if (!create_field(f, tag, dim[1], dim[2], dim[3])) {
+      empty_with(f, u"  Bad dim size (" + sizes(dim[1], dim[2], dim[3]) + u")! Create empty field.");
+      return false;
+    }
+    apply_frame(f, h, swap);
+    return true;
+  }
   // The data must be there before the field is allocated.
   const double need = double(offset) + double(dim[1]) * double(dim[2]) * double(dim[3]) * 3 * (rgb ? 1 : bytes);
   bool known = false, exact = false;
@@ -273,21 +306,7 @@ bool load_nifti(vectorfield& f, const std::string& name) {
   }
   progress::end(label);
   if (!complete) print::line(u"  Wrong file size! Header:" + sizes(dim[1], dim[2], dim[3]));
-  // The frame from srow when sform_code is set, else the voxel sizes.
-  framemath::matrix m;
-  framemath::vector o{};
-  if (i16(254) > 0) {
-    for (int axis = 0; axis < 3; ++axis)
-      for (int row = 0; row < 3; ++row) m.m[3 * row + axis] = swapped_float(h, 280 + 16 * std::size_t(axis) + 4 * std::size_t(row), swap);
-    o = {swapped_float(h, 292, swap), swapped_float(h, 308, swap), swapped_float(h, 324, swap)};
-  } else {
-    for (int i = 0; i < 3; ++i) m.m[4 * i] = swapped_float(h, 80 + 4 * std::size_t(i), swap);
-  }
-  for (int r = 0; r < 3; ++r)
-    if (m.row(r) == vector{}) { m = framemath::matrix{}; break; }
-  frame_set_matrix(f.frame, m);
-  frame_set_offset(f.frame, o);
-  print::line(u"  Transformation: " + matrix_text(m) + u" + " + vector_text(o));
+  apply_frame(f, h, swap);
   return complete;
 }
 
