@@ -6,6 +6,8 @@ packages=(
   zlib1g-dev                                # gzip forms of files
   libgtest-dev                              # unit tests
   python3                                   # whole-macro test runner
+  pngcheck libtiff-tools netpbm python3-pil # third-party readers of our image files
+  python3-nibabel                           # third-party reader of our volume files
 )
 missing=()
 for p in "${packages[@]}"; do

@@ -1,6 +1,7 @@
 // families.cpp: calls every family's registrar in reference-macro order.
 #include "app/families.h"
 
+#include "engine/dumps.h"
 #include "images/image_commands.h"
 #include "images/image_files.h"
 #include "images/workspace.h"
@@ -23,6 +24,7 @@ void register_all(macroengine& m) {
   library::register_random(m);
   library::register_time(m);
   library::register_number_settings(m);
+  macro::register_dumps(m);   // `dump.`: the last of the command library
   workspace::register_global(m);
   image::register_commands(m);
   image::register_files(m);

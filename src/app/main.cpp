@@ -5,11 +5,13 @@
 
 #include <chrono>
 #include <climits>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 
 #include "app/families.h"
 #include "app/options.h"
+#include "engine/definitions.h"
 #include "foundation/console.h"
 #include "foundation/cpuinfo.h"
 #include "foundation/numbertext.h"
@@ -103,6 +105,19 @@ void declare(optionset& o, macroengine& m, bool& first, widetext& macrofile) {
     if (!macrofile.empty() && macrofile.front() == q) macrofile.erase(0, 1);
     if (!macrofile.empty() && macrofile.back() == q) macrofile.pop_back();
   }
+  // Added here, beside the macro file, since they say how this process runs the
+  // macro: which passes of its `parallel` loops it takes. Without either option a
+  // job array's environment gives the pair.
+  const bool index_given = option::present(o, u"parallel.index"), count_given = option::present(o, u"parallel.count");
+  widetext index = option::text(o, u"parallel.index", u"0", u"parallel passes of this process (i mod count = index)");
+  widetext count = option::text(o, u"parallel.count", u"0", u"processes sharing the parallel passes (0: none)");
+  macro::parallelpair pair = macro::parallel_pair(index_given ? &index : nullptr, count_given ? &count : nullptr,
+                                                  [](const char* name) -> const char* { return std::getenv(name); });
+  m.parallel_index = pair.index;
+  m.parallel_count = pair.count;
+  if (pair.from_environment)
+    print::line(u"  job array (SLURM_ARRAY_TASK_ID) : parallel.index = " + nat::text(pair.index) +
+                u", parallel.count = " + nat::text(pair.count));
   auto var = [&](wideview name, wideview value) { macro::var_set(m, name, value); };
   option::section(o, u"Input Options");
   var(u"image.input", option::text(o, u"image.input", u"image.ppm", u"inputfile(s) (image)"));

@@ -113,7 +113,7 @@ void statement(macroengine& m, interpframe& fr) {
   prepare(m, fr.line);
   if (m.stopflag) return;
   if (!m.withpath.empty()) dispatch_statement(m, with_path(m) + u"." + m.command);
-  else dispatch_statement(m, m.command);
+  else dispatch_statement(m, widetext(m.command));   // a copy: the repair prompt rewrites `command`
 }
 
 void scan_line(macroengine& m, interpframe& fr, std::int64_t& ln) {
@@ -214,8 +214,8 @@ std::int64_t interpret(macroengine& m, std::int64_t startline, bool active) {
   interpframe* outer = m.frame;
   m.frame = &fr;
   std::int64_t ln = startline;
-  const std::int64_t count = std::int64_t(m.lines.count());
   for (;;) {
+    const std::int64_t count = std::int64_t(m.lines.count());   // an `include` adds lines
     if (ln >= count || m.stopflag) break;
     ++ln;
     m.currentline = ln;

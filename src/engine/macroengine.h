@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 #include "engine/linestore.h"
 #include "engine/registry.h"
@@ -58,10 +59,17 @@ struct macroengine {
   std::vector<shorttext> withpath;
   std::vector<std::int64_t> withscope;
   std::vector<std::int64_t> modulemark;
+  // Variable count at each module's opening, in step with `modulemark`; `macro.leave`
+  // cuts only the scopes, so readers first trim this column to `modulemark`'s length.
+  std::vector<std::int64_t> modulevars;
   std::vector<outfile> outfiles;   // entry 0 is the file that goes nowhere
   widetext storespace;             // separator of later template blocks (`store.space`)
 
   linestore lines;
+  // Each `include` splice: the line it replaced and the lines it added, so that a
+  // caller of a defined command can find its own line again after the body spliced.
+  std::vector<std::pair<std::int64_t, std::int64_t>> splices;
+  std::vector<shorttext> undolist, redolist;   // shown by `dump.undo`; nothing writes them yet
 
   // Registers; each holds up to 510 characters.
   widetext prefix, target, value, command, lasterror;

@@ -1,6 +1,7 @@
 // registry.cpp: registration of commands, name lookup with the plural spellings.
 #include "engine/registry.h"
 
+#include "engine/definitions.h"
 #include "engine/macroengine.h"
 #include "foundation/console.h"
 
@@ -142,8 +143,14 @@ void register_rows(macroengine& m, std::string_view prefix, const cmdrow* rows, 
 }
 
 std::size_t lookup_statement(macroengine& m, wideview name, bool mayrepair) {
-  (void)mayrepair;   // the repair prompt is not offered by this build
-  return lookup(m, name, regclass::block, regclass::procedure);
+  std::size_t row = lookup(m, name, regclass::block, regclass::procedure);
+  if (row || !mayrepair || !m.trace) return row;
+  // A person at the console may type a replacement; it is looked up exactly.
+  widetext word = repair(m, name);
+  if (word.empty()) return 0;
+  row = base_lookup(m, word, regclass::block, regclass::procedure);
+  if (row) ++m.registry[row - 1].used;
+  return row;
 }
 std::size_t lookup_function(macroengine& m, wideview name) {
   return lookup(m, name, regclass::function, regclass::function);

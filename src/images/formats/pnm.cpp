@@ -206,6 +206,11 @@ bool read_pnm(imagefield& f, std::string_view bytes) {
     }
     return read_colour(f, r, tk, magic, count);
   }
+  if (magic != 1 && magic != 2 && magic != 3 && magic != 5 && magic != 6 && magic != 12 && magic != 13 &&
+      magic != 15 && magic != 16) {
+    bad_magic(magic);
+    return false;
+  }
   if (f.tag == fieldtag::gray) {
     std::uint8_t* d = f.pixels->gray.data.data();
     codec::progress_line(gray_title(magic), x, y);

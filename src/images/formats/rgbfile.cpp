@@ -115,6 +115,7 @@ bool read_imgf(imagefield& f, std::string_view bytes) {
   std::int64_t x = std::int32_t(r.u32le()), y = std::int32_t(r.u32le());
   std::int64_t depth = std::int32_t(r.u32le()), compression = std::int32_t(r.u32le());
   std::uint8_t fillbyte = r.u8();
+  r.pos = 28;   // the block is padded to 24 bytes
   std::int64_t bytes_per = depth == 16 ? 2 : 1;
   if (!size_ok(x, y) || (compression == 1 && (depth == 8 || depth == 16) && x * y * bytes_per > std::int64_t(r.left())) ||
       x * y > std::int64_t(bytes.size()) * 64) {

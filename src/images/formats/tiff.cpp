@@ -47,8 +47,10 @@ std::string write_tiff(const imagefield& f) {
   entry(s, 281, short_type, colour ? 3 : 1, colour ? xy * 3 + 176 : xy * 2 + 172);
   entry(s, 284, short_type, 1, 1);
   put32le(s, 0);
-  put16le(s, 0);
-  put16le(s, full ? 65535 : 255);
+  // Minimum and maximum; colour images give one of each per sample, so that
+  // the offsets of the directory lie inside the file.
+  for (int i = 0; i < (colour ? 3 : 1); ++i) put16le(s, 0);
+  for (int i = 0; i < (colour ? 3 : 1); ++i) put16le(s, full ? 65535 : 255);
   return s;
 }
 
