@@ -186,6 +186,29 @@ template <typename T> void zero_tail(dynarray<T>& a, std::int64_t from) {
     for (std::int64_t i = from; i < a.capacity; ++i) a.data[i] = T();
   }
 }
+// A block of `count` elements that holds the elements of `a`, the rest zero.
+// Plain element types grow in place by `realloc`, which spares copying large
+// blocks; `moved` then tells that the old block is gone. Everything past the
+// length of a sound array is zero already, so only the new part is cleared.
+template <typename T> dynstore<T>* regrow(dynarray<T>& a, std::int64_t count, bool& moved) {
+  using S = dynstore<T>;
+  moved = false;
+  if constexpr (std::is_trivially_copyable_v<S>) {
+    if (guards_clear(a)) {
+      std::int64_t n = slots<T>(count), old = slots<T>(a.capacity);
+      if (overflows(n, std::int64_t(sizeof(S)))) return nullptr;
+      void* p = std::realloc(static_cast<void*>(a.data), std::size_t(n) * sizeof(S));
+      if (!p) return nullptr;
+      moved = true;
+      S* block = static_cast<S*>(p);
+      if (n > old) std::memset(static_cast<void*>(block + old), 0, std::size_t(n - old) * sizeof(S));
+      return block;
+    }
+  }
+  dynstore<T>* block = allocate<T>(count);
+  if (block) transfer<T>(block, a.data, a.length);
+  return block;
+}
 template <typename T> void make_empty(dynarray<T>& a) {
   a.data = nullptr;
   a.check = 1;
@@ -332,10 +355,11 @@ template <typename T> bool resize(dynarray<T>& a, std::int64_t n) {
   }
   std::int64_t step = growth_step(n, a.elementsize);
   std::int64_t spare = std::max(a.spare, step);
-  dynstore<T>* block = detail::overflows(n + spare, a.elementsize) ? nullptr : detail::allocate<T>(n + spare);
+  bool moved = false;
+  dynstore<T>* block = detail::overflows(n + spare, a.elementsize) ? nullptr : detail::regrow(a, n + spare, moved);
   if (!block) {
     spare = 0;
-    block = detail::allocate<T>(n);
+    block = detail::regrow(a, n, moved);
     if (!block) {
       report("  Not enough Memory! Create empty field.");
       detail::release_checked(a, "Newlength-dynamic");
@@ -344,9 +368,8 @@ template <typename T> bool resize(dynarray<T>& a, std::int64_t n) {
     }
     report("  Not enough Memory! Disable dynamic memory.");
   }
-  detail::transfer<T>(block, a.data, a.length);
   note_release("Deallocate", a.capacity, a.elementsize);
-  detail::release_checked(a, "Newlength-dynamic");
+  if (!moved) detail::release_checked(a, "Newlength-dynamic");
   a.data = block;
   a.check = reinterpret_cast<std::uintptr_t>(block);
   a.length = n;
