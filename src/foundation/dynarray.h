@@ -422,23 +422,6 @@ template <typename T> void set(dynarray<T>& a, std::int64_t i, const std::type_i
   }
   detail::store(a, i, v);
 }
-// The shorttext setter also clears the family flags.
-inline void set(dynarray<shorttext>& a, std::int64_t i, const shorttext& v) {
-  a.sorted = false;
-  a.reserved2 = a.reserved3 = 0;
-  if (i < 1 || !a.data) return;
-  if (i > a.length) {
-    if (a.spare <= 0) return;
-    if (i < a.capacity) {
-      a.length = i;
-      a.spare = a.capacity - i;
-    } else if (!resize(a, i)) {
-      return;
-    }
-  }
-  a.data[i - 1] = v;
-}
-
 template <typename T> void append(dynarray<T>& a, const std::type_identity_t<T>& v) { set(a, a.length + 1, v); }
 
 // Raw address of an element plus a byte offset, or nullptr out of range.
