@@ -26,6 +26,7 @@ def mask(text, run_dir, exe):
     text = text.replace(run_dir, "<DIR>").replace(os.path.realpath(exe), "<EXE>")
     text = re.sub(r"^  : .*$", "  : <CLOCK>", text, flags=re.M)
     text = re.sub(r"^Done \(.*\)\.$", "Done (<ELAPSED>).", text, flags=re.M)
+    text = re.sub(r"\(([0-9:]+ [a-z0-9]+) of ([0-9:]+ [a-z0-9]+)\)", "(<SINCE> of <ELAPSED>)", text)   # progress times
     text = text.replace(" - Debug version ", " - Version ")
     text = re.sub(r"Version:? \d+\.\d+\.\d+", lambda m: m.group(0).split(" ")[0] + " <VERSION>", text)
     return text
@@ -56,14 +57,14 @@ def main():
             want_code = int(open(base + ".code").read().strip())
         if proc.returncode != want_code:
             failures.append(f"exit code {proc.returncode}, expected {want_code}")
-        expected = open(base + ".out", encoding="utf-8").read() if os.path.exists(base + ".out") else ""
+        expected = open(base + ".out", encoding="utf-8", newline="").read() if os.path.exists(base + ".out") else ""
         got = out
         if expected.startswith("Script runs...") and "Script runs..." in out:
             got = out[out.index("Script runs..."):]
         if update:
             if not os.path.exists(base + ".out") and "Script runs..." in out:
                 got = out[out.index("Script runs..."):]
-            with open(base + ".out", "w", encoding="utf-8") as f:
+            with open(base + ".out", "w", encoding="utf-8", newline="") as f:
                 f.write(got)
             expected = got
         if got != expected:

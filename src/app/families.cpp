@@ -8,7 +8,10 @@
 #include "library/basics.h"
 #include "lines/cloud.h"
 #include "meshes/mesh.h"
+#include "orientation/diffusion.h"
 #include "orientation/tensorfield.h"
+#include "orientation/vector_commands.h"
+#include "orientation/vector_files.h"
 #include "orientation/vectorfield.h"
 #include "volumes/scalar_commands.h"
 #include "volumes/scalarfield.h"
@@ -26,9 +29,14 @@ void register_all(macroengine& m) {
   workspace::register_global(m);
   image::register_commands(m);
   image::register_files(m);
+  image::register_diffusion(m);
   workspace::register_family<scalarfield>(m);
   scalar::register_commands(m);
+  scalar::register_diffusion(m);
+  scalar::register_diffusion_points(m);
   workspace::register_family<vectorfield>(m);
+  vector::register_commands(m);
+  vector::register_files(m);
   workspace::register_family<tensorfield>(m);
   workspace::register_family<mesh>(m);
   workspace::register_family<cloud>(m);

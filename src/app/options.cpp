@@ -7,6 +7,7 @@
 
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
+#include "foundation/numeric_text.h"
 
 namespace qv {
 namespace {
@@ -150,7 +151,12 @@ std::int64_t option::nat(optionset& o, wideview name, std::int64_t def, std::int
 }
 
 widetext option::vector(optionset& o, wideview name, wideview def, wideview description) {
-  return option::text(o, name, def, description);
+  widetext v(def);
+  if (!o.helpmode)
+    if (const shorttext* s = find(o, name)) v = s->str();
+  v = vector::text(text::vector(v));
+  print::line(u"  -" + widetext(name) + u" : " + widetext(description) + u" = " + v);
+  return v;
 }
 
 bool option::bool_(optionset& o, wideview name, bool def, wideview description) {

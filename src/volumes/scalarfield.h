@@ -33,6 +33,13 @@ struct scalarfield {
   std::int64_t load_filter_offset = 0, load_filter_factor = 0;
   qv::frame frame;
   widetext filename;
+  // Settings of the line scans (`scalar.fullscan`, `scalar.submethod`, `scalar.diffusion.*`).
+  bool fullscan = false;
+  std::uint8_t submethod = 2;
+  std::uint8_t diffusionmethod = 0;
+  std::uint8_t connectionmethod = 0;
+  double diffusionangle = 5 * 0.017453292519943295;
+  double diffusionmax = 0.25;
 };
 
 namespace scalar {

@@ -1,0 +1,313 @@
+// vector_nifti.cpp: the NIfTI-1 form of vector fields (5D, intent VECTOR), single file and gzip, both directions.
+//
+// Known limits: reads the single-file form only (no .hdr/.img pair); stored
+// types float32, float64, signed and unsigned 8 to 64 bit integers and RGB24;
+// the vector components must stand on dim[5] (or dim[4] when dim[0] is 4).
+// The header layout here is the vector field's own until the volume readers
+// offer theirs.
+#include "orientation/formats/vector_formats.h"
+
+#include <zlib.h>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "foundation/console.h"
+#include "foundation/numbertext.h"
+#include "foundation/progress.h"
+
+namespace qv::vector {
+namespace {
+
+constexpr std::int16_t intent_vector = 1007;
+
+// Little-endian stores and loads at byte offsets of the 348-byte header.
+template <typename T>
+void put(unsigned char* h, std::size_t at, T v) { std::memcpy(h + at, &v, sizeof v); }
+template <typename T>
+T take(const unsigned char* h, std::size_t at) {
+  T v;
+  std::memcpy(&v, h + at, sizeof v);
+  return v;
+}
+
+struct gzcloser { void operator()(gzFile f) const { if (f) gzclose(f); } };
+using gzhandle = std::unique_ptr<std::remove_pointer_t<gzFile>, gzcloser>;
+
+// Quaternion of the rotation part of the matrix (rows divided by their lengths), from sqrt(trace + 1).
+void quaternion(const framemath::matrix& m, float& b, float& c, float& d) {
+  double r[9];
+  for (int i = 0; i < 3; ++i) {
+    const double l = framemath::length(m.row(i));
+    for (int j = 0; j < 3; ++j) r[3 * i + j] = l == 0 ? (i == j) : m.m[3 * i + j] / l;
+  }
+  // NIfTI's rotation takes columns as the axes; the frame has rows, so read it transposed.
+  const double xx = r[0], yx = r[1], zx = r[2], xy = r[3], yy = r[4], zy = r[5], xz = r[6], yz = r[7], zz = r[8];
+  double a = 0.5 * std::sqrt(std::fabs(1 + xx + yy + zz));
+  if (a > 1e-4) {
+    b = float(0.25 * (zy - yz) / a), c = float(0.25 * (xz - zx) / a), d = float(0.25 * (yx - xy) / a);
+  } else {
+    b = float(0.5 * std::sqrt(std::fabs(1 + xx - yy - zz)));
+    c = float(0.5 * std::sqrt(std::fabs(1 - xx + yy - zz)));
+    d = float(0.5 * std::sqrt(std::fabs(1 - xx - yy + zz)));
+  }
+}
+
+void header(const vectorfield& f, unsigned char* h, bool integer) {
+  std::memset(h, 0, 348);
+  put<std::int32_t>(h, 0, 348);
+  h[38] = 'r';
+  const std::int16_t dim[8] = {5, std::int16_t(f.width), std::int16_t(f.height), std::int16_t(f.depth), 1, 3, 1, 1};
+  for (int i = 0; i < 8; ++i) put<std::int16_t>(h, 40 + 2 * std::size_t(i), dim[i]);
+  put<std::int16_t>(h, 68, intent_vector);
+  put<std::int16_t>(h, 70, integer ? 1024 : 64);
+  put<std::int16_t>(h, 72, 64);
+  const framemath::vector s = frame_scale(f.frame);
+  const float pixdim[8] = {1, float(s.x), float(s.y), float(s.z), 1, 1, 1, 1};
+  for (int i = 0; i < 8; ++i) put<float>(h, 76 + 4 * std::size_t(i), pixdim[i]);
+  put<float>(h, 108, 352);
+  put<float>(h, 112, 1);
+  h[122] = 1;
+  h[123] = 10;
+  std::memcpy(h + 148, "quorvex vector field", 20);
+  std::memcpy(h + 328, "VECTOR", 6);   // intent_name
+  put<std::int16_t>(h, 252, 1);
+  put<std::int16_t>(h, 254, 1);
+  float b, c, d;
+  quaternion(f.frame.matrix, b, c, d);
+  put<float>(h, 256, b), put<float>(h, 260, c), put<float>(h, 264, d);
+  const framemath::vector o = f.frame.offset;
+  put<float>(h, 268, float(o.x)), put<float>(h, 272, float(o.y)), put<float>(h, 276, float(o.z));
+  const framemath::matrix& m = f.frame.matrix;
+  for (int axis = 0; axis < 3; ++axis) {
+    for (int row = 0; row < 3; ++row) put<float>(h, 280 + 16 * std::size_t(axis) + 4 * std::size_t(row), float(m.m[3 * row + axis]));
+    put<float>(h, 280 + 16 * std::size_t(axis) + 12, float(axis == 0 ? o.x : axis == 1 ? o.y : o.z));
+  }
+  std::memcpy(h + 344, "n+1\0", 4);
+}
+
+// Component planes, each x fastest: all x components, then all y, then all z.
+template <typename T, typename Out>
+bool write_planes(gzFile out, const T* d, std::int64_t n, vector scale, const widetext& label) {
+  std::vector<Out> line;
+  const double k[3] = {scale.x, scale.y, scale.z};
+  for (int c = 0; c < 3; ++c) {
+    progress::set(c / 3.0, label);
+    for (std::int64_t start = 0; start < n; start += 65536) {
+      const std::int64_t count = std::min<std::int64_t>(65536, n - start);
+      line.resize(std::size_t(count));
+      for (std::int64_t i = 0; i < count; ++i) {
+        const double v = double(d[3 * (start + i) + c]) * k[c];
+        if constexpr (std::is_same_v<Out, double>) line[std::size_t(i)] = v;
+        else line[std::size_t(i)] = framemath::round(v);
+      }
+      const unsigned bytes = unsigned(count * std::int64_t(sizeof(Out)));
+      if (gzwrite(out, line.data(), bytes) != int(bytes)) return false;
+    }
+  }
+  progress::end(label);
+  return true;
+}
+
+widetext sizes(std::int64_t x, std::int64_t y, std::int64_t z) {
+  return nat::text(x) + u"x" + nat::text(y) + u"x" + nat::text(z);
+}
+
+}  // namespace
+
+bool save_nifti(const vectorfield& f, const std::string& name, vector scale, bool zipped) {
+  if (f.width > 32767 || f.height > 32767 || f.depth > 32767) return false;
+  gzhandle out(gzopen(name.c_str(), zipped ? "wb6" : "wbT"));
+  if (!out) return false;
+  const bool integer = f.tag != vectortag::real;
+  unsigned char h[352];
+  header(f, h, integer);
+  std::memset(h + 348, 0, 4);   // the extender: no extensions
+  if (gzwrite(out.get(), h, 352) != 352) return false;
+  const widetext label = u"  3DVector with (" + sizes(f.width, f.height, f.depth) + u")";
+  bool ok = true;
+  with_elements(f, [&](const auto* d, std::int64_t n) {
+    ok = integer ? write_planes<std::remove_cv_t<std::remove_pointer_t<decltype(d)>>, std::int64_t>(out.get(), d, n, scale, label)
+                 : write_planes<std::remove_cv_t<std::remove_pointer_t<decltype(d)>>, double>(out.get(), d, n, scale, label);
+  });
+  return ok;
+}
+
+namespace {
+
+// Bytes per stored value and how to read one, by NIfTI datatype; 0 if not handled.
+int value_bytes(std::int16_t datatype) {
+  switch (datatype) {
+    case 2: case 256: return 1;
+    case 4: case 512: return 2;
+    case 8: case 768: case 16: return 4;
+    case 1024: case 1280: case 64: return 8;
+    default: return 0;
+  }
+}
+
+double value_at(const unsigned char* p, std::int16_t datatype, bool swap) {
+  unsigned char b[8];
+  const int n = value_bytes(datatype);
+  for (int i = 0; i < n; ++i) b[i] = swap ? p[n - 1 - i] : p[i];
+  switch (datatype) {
+    case 2: return b[0];
+    case 256: return std::int8_t(b[0]);
+    case 4: return take<std::int16_t>(b, 0);
+    case 512: return take<std::uint16_t>(b, 0);
+    case 8: return take<std::int32_t>(b, 0);
+    case 768: return take<std::uint32_t>(b, 0);
+    case 16: return take<float>(b, 0);
+    case 1024: return double(take<std::int64_t>(b, 0));
+    case 1280: return double(take<std::uint64_t>(b, 0));
+    case 64: return take<double>(b, 0);
+    default: return 0;
+  }
+}
+
+std::int16_t swapped16(std::int16_t v) { return std::int16_t(((v & 0xFF) << 8) | ((v >> 8) & 0xFF)); }
+
+float swapped_float(const unsigned char* h, std::size_t at, bool swap) {
+  unsigned char b[4];
+  for (int i = 0; i < 4; ++i) b[i] = swap ? h[at + 3 - std::size_t(i)] : h[at + std::size_t(i)];
+  return take<float>(b, 0);
+}
+
+// Bytes the file holds once unpacked: the file size, or for gzip the size its
+// trailer records (modulo 2^32, so only a lower bound below 4 GB is trusted).
+std::int64_t unpacked_size(const std::string& name, bool& known, bool& exact) {
+  known = exact = false;
+  std::FILE* raw = std::fopen(name.c_str(), "rb");
+  if (!raw) return 0;
+  unsigned char magic[2] = {0, 0};
+  const bool zipped = std::fread(magic, 1, 2, raw) == 2 && magic[0] == 0x1f && magic[1] == 0x8b;
+  std::fseek(raw, zipped ? -4 : 0, SEEK_END);
+  std::int64_t size = std::ftell(raw);
+  if (zipped) {
+    unsigned char t[4] = {0, 0, 0, 0};
+    size = std::fread(t, 1, 4, raw) == 4 ? std::int64_t(t[0] | t[1] << 8 | t[2] << 16 | std::uint32_t(t[3]) << 24) : 0;
+  }
+  std::fclose(raw);
+  known = true;
+  exact = !zipped;
+  return size;
+}
+
+// The frame from srow when sform_code is set, else the voxel sizes; printed.
+void apply_frame(vectorfield& f, const unsigned char* h, bool swap) {
+  framemath::matrix m;
+  framemath::vector o{};
+  std::int16_t sform = take<std::int16_t>(h, 254);
+  if (swap) sform = std::int16_t(((sform & 0xFF) << 8) | ((sform >> 8) & 0xFF));
+  if (sform > 0) {
+    for (int axis = 0; axis < 3; ++axis)
+      for (int row = 0; row < 3; ++row)
+        m.m[3 * row + axis] = swapped_float(h, 280 + 16 * std::size_t(axis) + 4 * std::size_t(row), swap);
+    o = {swapped_float(h, 292, swap), swapped_float(h, 308, swap), swapped_float(h, 324, swap)};
+  } else {
+    for (int i = 0; i < 3; ++i) m.m[4 * i] = swapped_float(h, 80 + 4 * std::size_t(i), swap);
+  }
+  for (int r = 0; r < 3; ++r)
+    if (m.row(r) == vector{}) { m = framemath::matrix{}; break; }
+  frame_set_matrix(f.frame, m);
+  frame_set_offset(f.frame, o);
+  print::line(u"  Transformation: " + matrix_text(m) + u" + " + vector_text(o));
+}
+
+void empty_with(vectorfield& f, wideview line) {
+  print::line(line);
+  clear_field(f);
+}
+
+}  // namespace
+
+bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
+  const widetext wname = text::from_utf8(name);
+  gzhandle in(gzopen(name.c_str(), "rb"));
+  unsigned char h[348];
+  if (!in || gzread(in.get(), h, 348) != 348) {
+    empty_with(f, u"  Couldn't read File (" + wname + u")! Create empty field.");
+    return false;
+  }
+  std::int32_t size = take<std::int32_t>(h, 0);
+  const bool swap = size != 348 && size != 540;
+  if (swap) size = std::int32_t(__builtin_bswap32(std::uint32_t(size)));
+  if (size == 540) { empty_with(f, u"  Nifti-2 currently not supported! Create empty field."); return false; }
+  if (size != 348) { empty_with(f, u"  Wrong header! Create empty field."); return false; }
+  auto i16 = [&](std::size_t at) { std::int16_t v = take<std::int16_t>(h, at); return swap ? swapped16(v) : v; };
+  std::int64_t dim[8];
+  for (int i = 0; i < 8; ++i) dim[i] = i16(40 + 2 * std::size_t(i));
+  const std::int16_t datatype = i16(70);
+  // Components on dim[5] (the program's own form) or on dim[4] of a 4D file.
+  std::int64_t components = 0;
+  if (dim[0] >= 5 && dim[4] <= 1) components = dim[5];
+  else if (dim[0] == 4) components = dim[4];
+  if (dim[0] < 4 || dim[0] > 7 || dim[1] < 1 || dim[2] < 1 || dim[3] < 1 || components != 3) {
+    empty_with(f, u"  Bad dim size (" + sizes(dim[1], dim[2], dim[3]) + u")! Create empty field.");
+    return false;
+  }
+  const int bytes = datatype == 128 ? 1 : value_bytes(datatype);
+  if (bytes == 0) {
+    empty_with(f, u"  Bad datatype [" + nat::text(datatype) + u"]! Create empty field.");
+    return false;
+  }
+  const float vox_offset = swapped_float(h, 108, swap);
+  const std::int64_t offset = vox_offset > 352 ? std::int64_t(std::llround(vox_offset)) : 352;
+  const bool rgb = datatype == 128;
+  const std::uint8_t tag = rgb ? 170 : (datatype == 16 || datatype == 64) ? 88 : 89;
+  if (part == niftipart::frame) {
+    apply_frame(f, h, swap);
+    return true;
+  }
+  if (part == niftipart::framework) {
+    if (!create_field(f, tag, dim[1], dim[2], dim[3])) {
+      empty_with(f, u"  Bad dim size (" + sizes(dim[1], dim[2], dim[3]) + u")! Create empty field.");
+      return false;
+    }
+    apply_frame(f, h, swap);
+    return true;
+  }
+  // The data must be there before the field is allocated.
+  const double need = double(offset) + double(dim[1]) * double(dim[2]) * double(dim[3]) * 3 * (rgb ? 1 : bytes);
+  bool known = false, exact = false;
+  const std::int64_t have = unpacked_size(name, known, exact);
+  if (known && (exact || need < 4294967296.0) && double(have) < need) {
+    empty_with(f, u"  Wrong file size! Header:" + sizes(dim[1], dim[2], dim[3]) + u" Create empty field.");
+    return false;
+  }
+  if (!create_field(f, tag, dim[1], dim[2], dim[3])) {
+    empty_with(f, u"  Bad dim size (" + sizes(dim[1], dim[2], dim[3]) + u")! Create empty field.");
+    return false;
+  }
+  const widetext label = (rgb ? u"  3DRGB (RGB) with (" : u"  3DVector with (") + sizes(dim[1], dim[2], dim[3]) + u")";
+  gzseek(in.get(), z_off_t(offset), SEEK_SET);
+  const std::int64_t n = dim[1] * dim[2] * dim[3];
+  std::vector<unsigned char> line;
+  bool complete = true;
+  // RGB24 holds the three bytes of a voxel together; other types hold three planes.
+  for (int c = 0; c < (rgb ? 1 : 3) && complete; ++c) {
+    progress::set(c / 3.0, label);
+    for (std::int64_t start = 0; start < n && complete; start += 65536) {
+      const std::int64_t count = std::min<std::int64_t>(65536, n - start);
+      const std::int64_t want = count * (rgb ? 3 : bytes);
+      line.resize(std::size_t(want));
+      if (gzread(in.get(), line.data(), unsigned(want)) != int(want)) { complete = false; break; }
+      with_elements(f, [&](auto* d, std::int64_t) {
+        using T = std::remove_pointer_t<decltype(d)>;
+        for (std::int64_t i = 0; i < count; ++i) {
+          if (rgb)
+            for (int k = 0; k < 3; ++k) d[3 * (start + i) + k] = store<T>(line[std::size_t(3 * i + k)]);
+          else
+            d[3 * (start + i) + c] = store<T>(value_at(line.data() + i * bytes, datatype, swap));
+        }
+      });
+    }
+  }
+  progress::end(label);
+  if (!complete) print::line(u"  Wrong file size! Header:" + sizes(dim[1], dim[2], dim[3]));
+  apply_frame(f, h, swap);
+  return complete;
+}
+
+}  // namespace qv::vector

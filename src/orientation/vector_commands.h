@@ -1,0 +1,7 @@
+// vector_commands.h: registrar of the vector field's frame, size, type and element-wise commands.
+#pragma once
+#include "engine/macroengine.h"
+
+namespace qv::vector {
+void register_commands(macroengine& m);
+}
