@@ -231,6 +231,7 @@ std::string save_field(const imagefield& f, const std::string& name) {
   std::string e = file_extension(name);
   saveplan plan = save_format(f.tag, e);
   std::string written = plan.matched ? name : name + plan.extension;   // "a.foo" becomes "a.foo.png"
+  if (plan.write == png) return codec::save_png(f, written) ? written : "";   // streams, no whole-file buffer
   std::string bytes = plan.write(f, written);
   if (!codec::file_write(written, bytes, plan.gz)) return "";
   return written;
