@@ -115,10 +115,11 @@ void magickwand_open() {
   l.version = version_word(mw.GetVersion(&number));
 }
 
+// The library stays mapped after its Terminus: it keeps a few blocks of its own
+// (and its OpenMP threads) past that call, and unmapping it would orphan them.
 void magickwand_close() {
   if (!mw.handle) return;
   mw.Terminus();
-  dlclose(mw.handle);
   mw = mwapi{};
   magickwand() = imagelib{};
 }
