@@ -11,7 +11,8 @@ A case is tests/<folder>/golden/<case>.macro with:
   <case>.files/  optional files copied into the run folder first
   <case>.expect/ optional files the run must leave, compared exactly
 The run takes place in a fresh temporary folder. Paths, clock lines, the elapsed
-time and the version are masked. With --update the expectations are rewritten.
+time and the version are masked, and the "Image options" section of the optional
+image libraries is dropped. With --update the expectations are rewritten.
 """
 import difflib
 import os
@@ -27,6 +28,8 @@ def mask(text, run_dir, exe):
     text = re.sub(r"^  : .*$", "  : <CLOCK>", text, flags=re.M)
     text = re.sub(r"^Done \(.*\)\.$", "Done (<ELAPSED>).", text, flags=re.M)
     text = re.sub(r"\(([0-9:]+ [a-z0-9]+) of ([0-9:]+ [a-z0-9]+)\)", "(<SINCE> of <ELAPSED>)", text)   # progress times
+    # The optional image libraries' section appears only where they are installed.
+    text = re.sub(r"^\nImage options:\n(?:  \+/-(?:freeimage|imagemagick) : .*\n)+", "", text, flags=re.M)
     text = text.replace(" - Debug version ", " - Version ")
     text = re.sub(r"Version:? \d+\.\d+\.\d+", lambda m: m.group(0).split(" ")[0] + " <VERSION>", text)
     return text

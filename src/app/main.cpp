@@ -15,6 +15,7 @@
 #include "foundation/console.h"
 #include "foundation/cpuinfo.h"
 #include "foundation/numbertext.h"
+#include "images/formats/imagelibs.h"
 
 namespace qv {
 namespace {
@@ -125,6 +126,14 @@ void declare(optionset& o, macroengine& m, bool& first, widetext& macrofile) {
   var(u"vector.input", option::text(o, u"vector.input", u"vector.nii.gz", u"inputfile(s) (vector field)"));
   var(u"tensor.input", option::text(o, u"tensor.input", u"tensor.nii.gz", u"inputfile(s) (tensor field)"));
   var(u"mesh.input", option::text(o, u"mesh.input", u"input.obj", u"inputfile (meshes)"));
+  // The optional image libraries: their section only when one of them is installed.
+  codec::imagelibs_open();
+  codec::imagelib &fi = codec::freeimage(), &mw = codec::magickwand();
+  if (fi.loaded || mw.loaded) option::section(o, u"Image options");
+  if (fi.loaded)
+    fi.enabled = option::bool_(o, u"freeimage", true, u"FreeImage (" + text::from_utf8(fi.version) + u")");
+  if (mw.loaded)
+    mw.enabled = option::bool_(o, u"imagemagick", true, u"Imagemagick® (" + text::from_utf8(mw.version) + u")");
   option::section(o, u"Transformation Options");
   var(u"mesh.split", nat::text(option::nat(o, u"mesh.split", 0, 0, 100, u"how much biggest objects")));
   var(u"mesh.smooth", nat::text(option::nat(o, u"mesh.smooth", 0, 0, 100, u"how much smooth passes")));
@@ -223,6 +232,7 @@ int start(int argc, char** argv) {
     print::line(u"This is your first run of the program, please specify the file quorvex.macro!");
   }
   macro::run(m);
+  codec::imagelibs_close();
   return 0;
 }
 

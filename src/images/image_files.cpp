@@ -6,6 +6,7 @@
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
 #include "images/formats/codec.h"
+#include "images/formats/imagelibs.h"
 
 namespace qv::image {
 namespace {
@@ -210,10 +211,13 @@ std::string file_extension(const std::string& name) {
 bool load_field(imagefield& f, std::uint8_t tag, const std::string& name) {
   create(f, tag);
   print::line(u"Read file (" + text::from_utf8(name) + u").");
-  format k = load_format(f.tag, file_extension(name));
-  bool ok = false;
-  if (k == format::none) couldnt_read(f, name);
-  else ok = read_as(f, k, name);
+  // The optional libraries first, then the native readers by extension.
+  bool ok = codec::freeimage_read(f, name) || codec::magickwand_read(f, name);
+  if (!ok) {
+    format k = load_format(f.tag, file_extension(name));
+    if (k == format::none) couldnt_read(f, name);
+    else ok = read_as(f, k, name);
+  }
   finish_load(f, name, ok);
   return ok;
 }
@@ -222,9 +226,12 @@ std::string save_field(const imagefield& f, const std::string& name) {
   if (!f.pixels) return "";
   print::line(u"Write file (" + text::from_utf8(name) + u").");
   if (!ifimage(f)) return "";   // the writers need one pixel at least
+  // The optional libraries write the formats they know by the name's extension.
+  if (codec::freeimage_write(f, name) || codec::magickwand_write(f, name)) return name;
   std::string e = file_extension(name);
   saveplan plan = save_format(f.tag, e);
   std::string written = plan.matched ? name : name + plan.extension;   // "a.foo" becomes "a.foo.png"
+  if (plan.write == png) return codec::save_png(f, written) ? written : "";   // streams, no whole-file buffer
   std::string bytes = plan.write(f, written);
   if (!codec::file_write(written, bytes, plan.gz)) return "";
   return written;

@@ -76,10 +76,14 @@ std::string write_bmp(const imagefield& f);
 std::string write_tga(const imagefield& f);
 std::string write_tiff(const imagefield& f);
 std::string write_png(const imagefield& f);
+bool save_png(const imagefield& f, const std::string& name);   // the same bytes straight into a file
 std::string write_rgbfile(const imagefield& f);
 
 // Checksums of the PNG writer.
 std::uint32_t crc32(std::uint32_t crc, const std::uint8_t* p, std::size_t n);   // start and end with 0
 std::uint32_t adler32(std::uint32_t adler, const std::uint8_t* p, std::size_t n);   // start with 1
+// The same without processor-specific instructions, as used where those are missing.
+std::uint32_t crc32_portable(std::uint32_t crc, const std::uint8_t* p, std::size_t n);
+std::uint32_t adler32_portable(std::uint32_t adler, const std::uint8_t* p, std::size_t n);
 
 }  // namespace qv::codec
