@@ -2,6 +2,7 @@
 #include "images/image_commands.h"
 
 #include "foundation/console.h"
+#include "images/frame_commands.h"
 #include "foundation/numbertext.h"
 #include "images/imagefield.h"
 
@@ -44,55 +45,20 @@ void center_cmd(macroengine&) {
   frame_set_offset(f.frame, {double(width(f)) * s.x / 2, double(height(f)) * s.y / 2, 0});
 }
 
-void origin_fn(macroengine& m) { macro::value_set(m, vector_text(current().frame.offset)); }
-
-void origin_cmd(macroengine& m) {
-  std::size_t n = macro::parameter_count(m);
-  if (n > 1) return macro::check_max(m, 1);
-  frame_set_offset(current().frame, n ? read_vector(macro::parameter(m, 1)) : vector{});
-}
-
-void scale_cmd(macroengine& m) {
-  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
-  frame_set_scale(current().frame, read_vector(macro::parameter(m, 1)));
-}
-
-void scale_fn(macroengine& m) { macro::value_set(m, vector_text(frame_scale(current().frame))); }
-
-void matrix_fn(macroengine& m) { macro::value_set(m, matrix_text(current().frame.matrix)); }
-void matrix_v1(macroengine& m) { macro::value_set(m, vector_text(current().frame.matrix.row(0))); }
-void matrix_v2(macroengine& m) { macro::value_set(m, vector_text(current().frame.matrix.row(1))); }
-void matrix_v3(macroengine& m) { macro::value_set(m, vector_text(current().frame.matrix.row(2))); }
-
-// Three rows, as three parameters or as nine numbers in one.
-void matrix_cmd(macroengine& m) {
-  std::size_t n = macro::parameter_count(m);
-  if (n != 1 && n != 3) return macro::check_exact(m, 3);
-  framemath::matrix a;
-  if (n == 1) read_numbers(macro::parameter(m, 1), a.m, 9);
-  else
-    for (int r = 0; r < 3; ++r) read_numbers(macro::parameter(m, std::size_t(r + 1)), a.m + 3 * r, 3);
-  for (int r = 0; r < 3; ++r)
-    if (a.row(r) == vector{}) {
-      print::line(u"Error! Wrong matrix " + matrix_text(a) + u" -> (<1,0,0>;<0,1,0>;<0,0,1>).");
-      a = framemath::matrix{};
-      break;
-    }
-  frame_set_matrix(current().frame, a);
-}
-
-void unflip_cmd(macroengine&) { frame_unflip(current().frame); }
-void unrotate_cmd(macroengine&) { frame_unrotate(current().frame); }
-
-void l2g_fn(macroengine& m) {
-  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
-  macro::value_set(m, vector_text(l2g(current().frame, read_vector(macro::parameter(m, 1)))));
-}
-
-void g2l_fn(macroengine& m) {
-  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
-  macro::value_set(m, natvector_text(g2l(current().frame, read_vector(macro::parameter(m, 1)))));
-}
+// The frame commands every field family shares.
+constexpr handler origin_fn = frame_cmd::origin_fn<imagefield>;
+constexpr handler origin_cmd = frame_cmd::origin_cmd<imagefield>;
+constexpr handler scale_cmd = frame_cmd::scale_cmd<imagefield>;
+constexpr handler scale_fn = frame_cmd::scale_fn<imagefield>;
+constexpr handler matrix_fn = frame_cmd::matrix_fn<imagefield>;
+constexpr handler matrix_v1 = frame_cmd::matrix_row_fn<imagefield, 0>;
+constexpr handler matrix_v2 = frame_cmd::matrix_row_fn<imagefield, 1>;
+constexpr handler matrix_v3 = frame_cmd::matrix_row_fn<imagefield, 2>;
+constexpr handler matrix_cmd = frame_cmd::matrix_cmd<imagefield>;
+constexpr handler unflip_cmd = frame_cmd::unflip_cmd<imagefield>;
+constexpr handler unrotate_cmd = frame_cmd::unrotate_cmd<imagefield>;
+constexpr handler l2g_fn = frame_cmd::l2g_fn<imagefield>;
+constexpr handler g2l_fn = frame_cmd::g2l_fn<imagefield>;
 
 template <fieldtag T>
 void switch_cmd(macroengine&) { workspace_traits<imagefield>::default_tag = std::uint8_t(T); }
