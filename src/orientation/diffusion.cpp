@@ -1,5 +1,6 @@
 // diffusion.cpp: the `scalar.diffusion*` and `image.diffusion*` commands: scan settings and the field scans.
 #include "orientation/diffusion.h"
+#include "orientation/vector_scalar.h"
 
 #include <algorithm>
 #include <cmath>
@@ -193,7 +194,10 @@ constexpr cmdrow rows[] = {
 
 }  // namespace
 
-void register_diffusion(macroengine& m) { macro::register_rows(m, "scalar.", rows); }
+void register_diffusion(macroengine& m) {
+  macro::register_rows(m, "scalar.", rows);
+  register_make_fields(m);   // `scalar.make.vector`, `.make.tensor`: the scalar rows this folder owns
+}
 
 }  // namespace qv::scalar
 

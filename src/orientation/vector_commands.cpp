@@ -8,6 +8,7 @@
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
 #include "foundation/progress.h"
+#include "orientation/vector_scalar.h"
 #include "orientation/vectorfield.h"
 
 namespace qv::vector {
@@ -451,6 +452,9 @@ constexpr cmdrow rows[] = {
 
 }  // namespace
 
-void register_commands(macroengine& m) { macro::register_rows(m, "vector.", rows); }
+void register_commands(macroengine& m) {
+  macro::register_rows(m, "vector.", rows);
+  register_scalar_links(m);
+}
 
 }  // namespace qv::vector

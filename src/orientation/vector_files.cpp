@@ -4,10 +4,12 @@
 #include <algorithm>
 
 #include "foundation/console.h"
+#include "foundation/files.h"
 #include "foundation/numbertext.h"
 #include "foundation/progress.h"
 #include "images/image_files.h"
 #include "orientation/formats/vector_formats.h"
+#include "volumes/formats/nifti.h"
 
 namespace qv::vector {
 namespace {
@@ -98,6 +100,21 @@ void append(macroengine& m, merge how) {
   progress::end(label);
 }
 
+// The header dump of `scalar.info`, for a vector file: to the console, or into the second parameter's file.
+void info_cmd(macroengine& m) {
+  const std::size_t n = macro::parameter_count(m);
+  if (n < 1) return macro::check_min(m, 1);
+  if (n > 2) return macro::check_max(m, 2);
+  const std::vector<widetext> lines = scalar::info(text::utf8(macro::parameter(m, 1)));
+  if (n == 1) {
+    for (const widetext& l : lines) print::line(l);
+    return;
+  }
+  filehandle h;
+  if (!file::open_write_text(h, macro::parameter(m, 2))) return;
+  for (const widetext& l : lines) file::write_line(h, l);
+}
+
 void append_cmd(macroengine& m) { append(m, merge::all); }
 void append_zero_cmd(macroengine& m) { append(m, merge::without_zero); }
 void append_best_cmd(macroengine& m) { append(m, merge::longest); }
@@ -109,6 +126,7 @@ constexpr cmdrow rows[] = {
     {"load",        P, load_cmd,        "vector.load file.nii.gz",              "reads a vector field: nii, nii.gz or txt"},
     {"load.properties", P, load_properties_cmd, "vector.load.properties file.nii", "reads only offset and matrix into the field"},
     {"load.framework",  P, load_framework_cmd,  "vector.load.framework file.nii",  "size and frame of a file, all vectors null"},
+    {"info",        P, info_cmd,        "vector.info file.nii [out.txt]",       "prints the header of a vector file"},
     {"append",      P, append_cmd,      "vector.append file.nii",               "merges a file into the field"},
     {"append.zero", P, append_zero_cmd, "vector.append.zero file.nii",          "merges a file into the field, without its null vectors"},
     {"append.best", P, append_best_cmd, "vector.append.best file.nii",          "merges a file into the field, keeping the longer vector"},

@@ -3,8 +3,7 @@
 // Known limits: reads the single-file form only (no .hdr/.img pair); stored
 // types float32, float64, signed and unsigned 8 to 64 bit integers and RGB24;
 // the vector components must stand on dim[5] (or dim[4] when dim[0] is 4).
-// The header layout here is the vector field's own until the volume readers
-// offer theirs.
+// The 348 header bytes are read and written by the volume code's header routines.
 #include "orientation/formats/vector_formats.h"
 
 #include <zlib.h>
@@ -16,15 +15,13 @@
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
 #include "foundation/progress.h"
+#include "volumes/formats/nifti_header.h"
 
 namespace qv::vector {
 namespace {
 
 constexpr std::int16_t intent_vector = 1007;
 
-// Little-endian stores and loads at byte offsets of the 348-byte header.
-template <typename T>
-void put(unsigned char* h, std::size_t at, T v) { std::memcpy(h + at, &v, sizeof v); }
 template <typename T>
 T take(const unsigned char* h, std::size_t at) {
   T v;
@@ -35,56 +32,18 @@ T take(const unsigned char* h, std::size_t at) {
 struct gzcloser { void operator()(gzFile f) const { if (f) gzclose(f); } };
 using gzhandle = std::unique_ptr<std::remove_pointer_t<gzFile>, gzcloser>;
 
-// Quaternion of the rotation part of the matrix (rows divided by their lengths), from sqrt(trace + 1).
-void quaternion(const framemath::matrix& m, float& b, float& c, float& d) {
-  double r[9];
-  for (int i = 0; i < 3; ++i) {
-    const double l = framemath::length(m.row(i));
-    for (int j = 0; j < 3; ++j) r[3 * i + j] = l == 0 ? (i == j) : m.m[3 * i + j] / l;
-  }
-  // NIfTI's rotation takes columns as the axes; the frame has rows, so read it transposed.
-  const double xx = r[0], yx = r[1], zx = r[2], xy = r[3], yy = r[4], zy = r[5], xz = r[6], yz = r[7], zz = r[8];
-  double a = 0.5 * std::sqrt(std::fabs(1 + xx + yy + zz));
-  if (a > 1e-4) {
-    b = float(0.25 * (zy - yz) / a), c = float(0.25 * (xz - zx) / a), d = float(0.25 * (yx - xy) / a);
-  } else {
-    b = float(0.5 * std::sqrt(std::fabs(1 + xx - yy - zz)));
-    c = float(0.5 * std::sqrt(std::fabs(1 - xx + yy - zz)));
-    d = float(0.5 * std::sqrt(std::fabs(1 - xx - yy + zz)));
-  }
-}
-
-void header(const vectorfield& f, unsigned char* h, bool integer) {
-  std::memset(h, 0, 348);
-  put<std::int32_t>(h, 0, 348);
-  h[38] = 'r';
-  const std::int16_t dim[8] = {5, std::int16_t(f.width), std::int16_t(f.height), std::int16_t(f.depth), 1, 3, 1, 1};
-  for (int i = 0; i < 8; ++i) put<std::int16_t>(h, 40 + 2 * std::size_t(i), dim[i]);
-  put<std::int16_t>(h, 68, intent_vector);
-  put<std::int16_t>(h, 70, integer ? 1024 : 64);
-  put<std::int16_t>(h, 72, 64);
-  const framemath::vector s = frame_scale(f.frame);
-  const float pixdim[8] = {1, float(s.x), float(s.y), float(s.z), 1, 1, 1, 1};
-  for (int i = 0; i < 8; ++i) put<float>(h, 76 + 4 * std::size_t(i), pixdim[i]);
-  put<float>(h, 108, 352);
-  put<float>(h, 112, 1);
-  h[122] = 1;
-  h[123] = 10;
-  std::memcpy(h + 148, "quorvex vector field", 20);
-  std::memcpy(h + 328, "VECTOR", 6);   // intent_name
-  put<std::int16_t>(h, 252, 1);
-  put<std::int16_t>(h, 254, 1);
-  float b, c, d;
-  quaternion(f.frame.matrix, b, c, d);
-  put<float>(h, 256, b), put<float>(h, 260, c), put<float>(h, 264, d);
-  const framemath::vector o = f.frame.offset;
-  put<float>(h, 268, float(o.x)), put<float>(h, 272, float(o.y)), put<float>(h, 276, float(o.z));
-  const framemath::matrix& m = f.frame.matrix;
-  for (int axis = 0; axis < 3; ++axis) {
-    for (int row = 0; row < 3; ++row) put<float>(h, 280 + 16 * std::size_t(axis) + 4 * std::size_t(row), float(m.m[3 * row + axis]));
-    put<float>(h, 280 + 16 * std::size_t(axis) + 12, float(axis == 0 ? o.x : axis == 1 ? o.y : o.z));
-  }
-  std::memcpy(h + 344, "n+1\0", 4);
+// The volume header with the vector form's changes: five dimensions with the
+// three components on dim[5], intent VECTOR, doubles or 64-bit integers.
+nifti::header vector_header(const vectorfield& f, bool integer) {
+  nifti::header h = nifti::make_header(f.width, f.height, f.depth, integer ? 1024 : 64, 64, f.frame.matrix,
+                                       f.frame.offset, false);
+  h.dim[0] = 5;
+  h.dim[5] = 3;
+  h.intent_code = intent_vector;
+  std::memset(h.descrip, 0, sizeof h.descrip);
+  std::memcpy(h.descrip, "quorvex vector field", 20);
+  std::memcpy(h.intent_name, "VECTOR", 6);
+  return h;
 }
 
 // Component planes, each x fastest: all x components, then all y, then all z.
@@ -121,10 +80,8 @@ bool save_nifti(const vectorfield& f, const std::string& name, vector scale, boo
   gzhandle out(gzopen(name.c_str(), zipped ? "wb6" : "wbT"));
   if (!out) return false;
   const bool integer = f.tag != vectortag::real;
-  unsigned char h[352];
-  header(f, h, integer);
-  std::memset(h + 348, 0, 4);   // the extender: no extensions
-  if (gzwrite(out.get(), h, 352) != 352) return false;
+  const std::string h = nifti::bytes_of(vector_header(f, integer)) + std::string(4, '\0');   // no extensions
+  if (gzwrite(out.get(), h.data(), unsigned(h.size())) != int(h.size())) return false;
   const widetext label = u"  3DVector with (" + sizes(f.width, f.height, f.depth) + u")";
   bool ok = true;
   with_elements(f, [&](const auto* d, std::int64_t n) {
@@ -166,14 +123,6 @@ double value_at(const unsigned char* p, std::int16_t datatype, bool swap) {
   }
 }
 
-std::int16_t swapped16(std::int16_t v) { return std::int16_t(((v & 0xFF) << 8) | ((v >> 8) & 0xFF)); }
-
-float swapped_float(const unsigned char* h, std::size_t at, bool swap) {
-  unsigned char b[4];
-  for (int i = 0; i < 4; ++i) b[i] = swap ? h[at + 3 - std::size_t(i)] : h[at + std::size_t(i)];
-  return take<float>(b, 0);
-}
-
 // Bytes the file holds once unpacked: the file size, or for gzip the size its
 // trailer records (modulo 2^32, so only a lower bound below 4 GB is trusted).
 std::int64_t unpacked_size(const std::string& name, bool& known, bool& exact) {
@@ -194,22 +143,11 @@ std::int64_t unpacked_size(const std::string& name, bool& known, bool& exact) {
   return size;
 }
 
-// The frame from srow when sform_code is set, else the voxel sizes; printed.
-void apply_frame(vectorfield& f, const unsigned char* h, bool swap) {
+// The frame the header describes (sform, else qform, else voxel sizes), printed.
+void apply_frame(vectorfield& f, const nifti::header& h) {
   framemath::matrix m;
   framemath::vector o{};
-  std::int16_t sform = take<std::int16_t>(h, 254);
-  if (swap) sform = std::int16_t(((sform & 0xFF) << 8) | ((sform >> 8) & 0xFF));
-  if (sform > 0) {
-    for (int axis = 0; axis < 3; ++axis)
-      for (int row = 0; row < 3; ++row)
-        m.m[3 * row + axis] = swapped_float(h, 280 + 16 * std::size_t(axis) + 4 * std::size_t(row), swap);
-    o = {swapped_float(h, 292, swap), swapped_float(h, 308, swap), swapped_float(h, 324, swap)};
-  } else {
-    for (int i = 0; i < 3; ++i) m.m[4 * i] = swapped_float(h, 80 + 4 * std::size_t(i), swap);
-  }
-  for (int r = 0; r < 3; ++r)
-    if (m.row(r) == vector{}) { m = framemath::matrix{}; break; }
+  nifti::transformation(h, m, o);
   frame_set_matrix(f.frame, m);
   frame_set_offset(f.frame, o);
   print::line(u"  Transformation: " + matrix_text(m) + u" + " + vector_text(o));
@@ -225,20 +163,19 @@ void empty_with(vectorfield& f, wideview line) {
 bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
   const widetext wname = text::from_utf8(name);
   gzhandle in(gzopen(name.c_str(), "rb"));
-  unsigned char h[348];
-  if (!in || gzread(in.get(), h, 348) != 348) {
+  std::string raw(nifti::header_size, '\0');
+  if (!in || gzread(in.get(), raw.data(), unsigned(raw.size())) != int(raw.size())) {
     empty_with(f, u"  Couldn't read File (" + wname + u")! Create empty field.");
     return false;
   }
-  std::int32_t size = take<std::int32_t>(h, 0);
-  const bool swap = size != 348 && size != 540;
-  if (swap) size = std::int32_t(__builtin_bswap32(std::uint32_t(size)));
-  if (size == 540) { empty_with(f, u"  Nifti-2 currently not supported! Create empty field."); return false; }
-  if (size != 348) { empty_with(f, u"  Wrong header! Create empty field."); return false; }
-  auto i16 = [&](std::size_t at) { std::int16_t v = take<std::int16_t>(h, at); return swap ? swapped16(v) : v; };
+  nifti::header h;
+  bool swap = false;
+  const nifti::headerkind kind = nifti::parse(raw, h, swap);
+  if (kind == nifti::headerkind::nifti2) { empty_with(f, u"  Nifti-2 currently not supported! Create empty field."); return false; }
+  if (kind != nifti::headerkind::nifti1) { empty_with(f, u"  Wrong header! Create empty field."); return false; }
   std::int64_t dim[8];
-  for (int i = 0; i < 8; ++i) dim[i] = i16(40 + 2 * std::size_t(i));
-  const std::int16_t datatype = i16(70);
+  for (int i = 0; i < 8; ++i) dim[i] = h.dim[i];
+  const std::int16_t datatype = h.datatype;
   // Components on dim[5] (the program's own form) or on dim[4] of a 4D file.
   std::int64_t components = 0;
   if (dim[0] >= 5 && dim[4] <= 1) components = dim[5];
@@ -252,12 +189,13 @@ bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
     empty_with(f, u"  Bad datatype [" + nat::text(datatype) + u"]! Create empty field.");
     return false;
   }
-  const float vox_offset = swapped_float(h, 108, swap);
-  const std::int64_t offset = vox_offset > 352 ? std::int64_t(std::llround(vox_offset)) : 352;
+  const float vox_offset = h.vox_offset;
+  // An absurd offset is kept finite here; the size check below refuses it.
+  const std::int64_t offset = vox_offset > 352 ? std::int64_t(std::llround(std::fmin(vox_offset, 1e15))) : 352;
   const bool rgb = datatype == 128;
   const std::uint8_t tag = rgb ? 170 : (datatype == 16 || datatype == 64) ? 88 : 89;
   if (part == niftipart::frame) {
-    apply_frame(f, h, swap);
+    apply_frame(f, h);
     return true;
   }
   if (part == niftipart::framework) {
@@ -265,7 +203,7 @@ bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
       empty_with(f, u"  Bad dim size (" + sizes(dim[1], dim[2], dim[3]) + u")! Create empty field.");
       return false;
     }
-    apply_frame(f, h, swap);
+    apply_frame(f, h);
     return true;
   }
   // The data must be there before the field is allocated.
@@ -306,7 +244,7 @@ bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
   }
   progress::end(label);
   if (!complete) print::line(u"  Wrong file size! Header:" + sizes(dim[1], dim[2], dim[3]));
-  apply_frame(f, h, swap);
+  apply_frame(f, h);
   return complete;
 }
 
