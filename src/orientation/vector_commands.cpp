@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "foundation/console.h"
+#include "images/frame_commands.h"
 #include "foundation/numbertext.h"
 #include "foundation/progress.h"
 #include "orientation/vector_scalar.h"
@@ -58,96 +59,25 @@ void size_fn(macroengine& m) {
   macro::value_set(m, natvector_text({f.width, f.height, f.depth}));
 }
 
-void center_fn(macroengine& m) {
-  const vectorfield& f = current();
-  macro::value_set(m, vector_text({double(f.width) / 2, double(f.height) / 2, double(f.depth) / 2}));
-}
-
-void center_cmd(macroengine&) {
-  vectorfield& f = current();
-  const vector s = frame_scale(f.frame);
-  frame_set_offset(f.frame, {double(f.width) * s.x / 2, double(f.height) * s.y / 2, double(f.depth) * s.z / 2});
-}
-
-void origin_fn(macroengine& m) { macro::value_set(m, vector_text(current().frame.offset)); }
-
-void origin_cmd(macroengine& m) {
-  const std::size_t n = macro::parameter_count(m);
-  if (n > 1) return macro::check_max(m, 1);
-  frame_set_offset(current().frame, n ? read_vector(macro::parameter(m, 1)) : vector{});
-}
-
-void origin_add_cmd(macroengine& m) {
-  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
-  vectorfield& f = current();
-  frame_set_offset(f.frame, f.frame.offset + read_vector(macro::parameter(m, 1)));
-}
-
-void scale_cmd(macroengine& m) {
-  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
-  frame_set_scale(current().frame, read_vector(macro::parameter(m, 1)));
-}
-
-void scale_fn(macroengine& m) { macro::value_set(m, vector_text(frame_scale(current().frame))); }
-
-// Multiplies the rows of the matrix by the three components.
-void scale_mul_cmd(macroengine& m) {
-  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
-  vectorfield& f = current();
-  const vector s = read_vector(macro::parameter(m, 1));
-  framemath::matrix a = f.frame.matrix;
-  const double k[3] = {s.x, s.y, s.z};
-  for (int r = 0; r < 3; ++r)
-    for (int c = 0; c < 3; ++c) a.m[3 * r + c] *= k[r];
-  for (int r = 0; r < 3; ++r)
-    if (a.row(r) == vector{}) return;   // a zero row would leave no inverse
-  frame_set_matrix(f.frame, a);
-}
-
-// Divides the matrix by its shortest row length, so the smallest voxel edge is 1.
-void scale_norm_cmd(macroengine&) {
-  vectorfield& f = current();
-  const vector s = frame_scale(f.frame);
-  const double least = std::min({s.x, s.y, s.z});
-  if (least <= 0) return;
-  framemath::matrix a = f.frame.matrix;
-  for (double& e : a.m) e /= least;
-  frame_set_matrix(f.frame, a);
-}
-
-void matrix_fn(macroengine& m) { macro::value_set(m, matrix_text(current().frame.matrix)); }
-void matrix_v1(macroengine& m) { macro::value_set(m, vector_text(current().frame.matrix.row(0))); }
-void matrix_v2(macroengine& m) { macro::value_set(m, vector_text(current().frame.matrix.row(1))); }
-void matrix_v3(macroengine& m) { macro::value_set(m, vector_text(current().frame.matrix.row(2))); }
-
-void matrix_cmd(macroengine& m) {
-  const std::size_t n = macro::parameter_count(m);
-  if (n != 1 && n != 3) return macro::check_exact(m, 3);
-  framemath::matrix a;
-  if (n == 1) read_numbers(macro::parameter(m, 1), a.m, 9);
-  else
-    for (int r = 0; r < 3; ++r) read_numbers(macro::parameter(m, std::size_t(r + 1)), a.m + 3 * r, 3);
-  for (int r = 0; r < 3; ++r)
-    if (a.row(r) == vector{}) {
-      print::line(u"Error! Wrong matrix " + matrix_text(a) + u" -> (<1,0,0>;<0,1,0>;<0,0,1>).");
-      a = framemath::matrix{};
-      break;
-    }
-  frame_set_matrix(current().frame, a);
-}
-
-void unflip_cmd(macroengine&) { frame_unflip(current().frame); }
-void unrotate_cmd(macroengine&) { frame_unrotate(current().frame); }
-
-void l2g_fn(macroengine& m) {
-  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
-  macro::value_set(m, vector_text(l2g(current().frame, read_vector(macro::parameter(m, 1)))));
-}
-
-void g2l_fn(macroengine& m) {
-  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
-  macro::value_set(m, natvector_text(g2l(current().frame, read_vector(macro::parameter(m, 1)))));
-}
+// The frame commands every field family shares.
+constexpr handler center_fn = frame_cmd::center_fn<vectorfield>;
+constexpr handler center_cmd = frame_cmd::center_cmd<vectorfield>;
+constexpr handler origin_fn = frame_cmd::origin_fn<vectorfield>;
+constexpr handler origin_cmd = frame_cmd::origin_cmd<vectorfield>;
+constexpr handler origin_add_cmd = frame_cmd::origin_add_cmd<vectorfield>;
+constexpr handler scale_cmd = frame_cmd::scale_cmd<vectorfield>;
+constexpr handler scale_fn = frame_cmd::scale_fn<vectorfield>;
+constexpr handler scale_mul_cmd = frame_cmd::scale_mul_cmd<vectorfield>;
+constexpr handler scale_norm_cmd = frame_cmd::scale_norm_cmd<vectorfield>;
+constexpr handler matrix_fn = frame_cmd::matrix_fn<vectorfield>;
+constexpr handler matrix_v1 = frame_cmd::matrix_row_fn<vectorfield, 0>;
+constexpr handler matrix_v2 = frame_cmd::matrix_row_fn<vectorfield, 1>;
+constexpr handler matrix_v3 = frame_cmd::matrix_row_fn<vectorfield, 2>;
+constexpr handler matrix_cmd = frame_cmd::matrix_cmd<vectorfield>;
+constexpr handler unflip_cmd = frame_cmd::unflip_cmd<vectorfield>;
+constexpr handler unrotate_cmd = frame_cmd::unrotate_cmd<vectorfield>;
+constexpr handler l2g_fn = frame_cmd::l2g_fn<vectorfield>;
+constexpr handler g2l_fn = frame_cmd::g2l_fn<vectorfield>;
 
 template <vectortag T>
 void switch_cmd(macroengine&) { workspace_traits<vectorfield>::default_tag = std::uint8_t(T); }
