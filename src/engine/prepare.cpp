@@ -49,10 +49,9 @@ void build(macroengine& m, paramlist& list, widetext rest, bool angle) {
     widechar c = tok[0];
     std::uint8_t type;
     if (c == u'"' || c == u'\'') {
-      if (tok.size() > 1) {
-        tok.erase(0, 1);
-        if (tok.back() == c) tok.pop_back();
-      }
+      // Only a closed quote is dropped: an unclosed one, as a comment cut leaves
+      // in `print "a //b"`, stays part of the text.
+      if (tok.size() > 1 && tok.back() == c) tok = tok.substr(1, tok.size() - 2);
       undouble(rest, c);
       if (tok.empty()) continue;
       type = paramtype::string;

@@ -21,7 +21,7 @@ TEST(prepare, quotes_codes_and_radix_forms) {
   macroengine m;
   EXPECT_EQ(params(m, u"\"a b\" 'c' \"\" #65 $ff %101 $ % ("), (list{u"a b", u"c", u"A", u"255", u"5", u"0", u"0", u"("}));
   EXPECT_EQ(params(m, u"\"say \"\"hi\"\" now\""), (list{u"say \"\"hi\"\" now"}));
-  EXPECT_EQ(params(m, u"\" x"), (list{u" x"}));
+  EXPECT_EQ(params(m, u"\" x"), (list{u"\" x"}));   // an unclosed quote stays
 }
 
 TEST(prepare, groups_substitute_each_element) {
