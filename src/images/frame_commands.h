@@ -121,4 +121,18 @@ void center_cmd(macroengine&) {
   frame_set_offset(f.frame, {double(f.width) * s.x / 2, double(f.height) * s.y / 2, double(f.depth) * s.z / 2});
 }
 
+// The shared handlers of one family, for its command table: `shared::origin_fn` and so on.
+template <typename T>
+struct handlers {
+  static constexpr handler center_fn = frame_cmd::center_fn<T>, center_cmd = frame_cmd::center_cmd<T>,
+                           origin_fn = frame_cmd::origin_fn<T>, origin_cmd = frame_cmd::origin_cmd<T>,
+                           origin_add_cmd = frame_cmd::origin_add_cmd<T>, scale_cmd = frame_cmd::scale_cmd<T>,
+                           scale_fn = frame_cmd::scale_fn<T>, scale_mul_cmd = frame_cmd::scale_mul_cmd<T>,
+                           scale_norm_cmd = frame_cmd::scale_norm_cmd<T>, matrix_fn = frame_cmd::matrix_fn<T>,
+                           matrix_v1 = frame_cmd::matrix_row_fn<T, 0>, matrix_v2 = frame_cmd::matrix_row_fn<T, 1>,
+                           matrix_v3 = frame_cmd::matrix_row_fn<T, 2>, matrix_cmd = frame_cmd::matrix_cmd<T>,
+                           unflip_cmd = frame_cmd::unflip_cmd<T>, unrotate_cmd = frame_cmd::unrotate_cmd<T>,
+                           l2g_fn = frame_cmd::l2g_fn<T>, g2l_fn = frame_cmd::g2l_fn<T>;
+};
+
 }  // namespace qv::frame_cmd

@@ -46,19 +46,7 @@ void center_cmd(macroengine&) {
 }
 
 // The frame commands every field family shares.
-constexpr handler origin_fn = frame_cmd::origin_fn<imagefield>;
-constexpr handler origin_cmd = frame_cmd::origin_cmd<imagefield>;
-constexpr handler scale_cmd = frame_cmd::scale_cmd<imagefield>;
-constexpr handler scale_fn = frame_cmd::scale_fn<imagefield>;
-constexpr handler matrix_fn = frame_cmd::matrix_fn<imagefield>;
-constexpr handler matrix_v1 = frame_cmd::matrix_row_fn<imagefield, 0>;
-constexpr handler matrix_v2 = frame_cmd::matrix_row_fn<imagefield, 1>;
-constexpr handler matrix_v3 = frame_cmd::matrix_row_fn<imagefield, 2>;
-constexpr handler matrix_cmd = frame_cmd::matrix_cmd<imagefield>;
-constexpr handler unflip_cmd = frame_cmd::unflip_cmd<imagefield>;
-constexpr handler unrotate_cmd = frame_cmd::unrotate_cmd<imagefield>;
-constexpr handler l2g_fn = frame_cmd::l2g_fn<imagefield>;
-constexpr handler g2l_fn = frame_cmd::g2l_fn<imagefield>;
+using shared = frame_cmd::handlers<imagefield>;
 
 template <fieldtag T>
 void switch_cmd(macroengine&) { workspace_traits<imagefield>::default_tag = std::uint8_t(T); }
@@ -124,21 +112,21 @@ constexpr cmdrow rows[] = {
     {"origin.center",   P, center_cmd,      "image.origin.center",                  "puts the origin in the middle of the image"},
     {"offset.center",   F, center_fn,       "<x,y> := image.offset.center",         "half the size"},
     {"offset.center",   P, center_cmd,      "image.offset.center",                  "puts the origin in the middle of the image"},
-    {"origin",          F, origin_fn,       "<x,y,z> := image.origin",              "global position of pixel <1,1>"},
-    {"origin",          P, origin_cmd,      "image.origin <x,y,z>",                 "sets the global position of pixel <1,1>"},
-    {"offset",          F, origin_fn,       "<x,y,z> := image.offset",              "global position of pixel <1,1>"},
-    {"offset",          P, origin_cmd,      "image.offset <x,y,z>",                 "sets the global position of pixel <1,1>"},
-    {"scale",           P, scale_cmd,       "image.scale <x,y,z>",                  "pixel size, the sign is dropped"},
-    {"scale",           F, scale_fn,        "<x,y,z> := image.scale",               "pixel size"},
-    {"matrix",          F, matrix_fn,       "(<..>;<..>;<..>) := image.matrix",     "pixel steps in global space"},
-    {"matrix.v1",       F, matrix_v1,       "<x,y,z> := image.matrix.v1",           "step per x index"},
-    {"matrix.v2",       F, matrix_v2,       "<x,y,z> := image.matrix.v2",           "step per y index"},
-    {"matrix.v3",       F, matrix_v3,       "<x,y,z> := image.matrix.v3",           "step per z index"},
-    {"matrix",          P, matrix_cmd,      "image.matrix <v1> <v2> <v3>",          "sets the pixel steps in global space"},
-    {"unflip",          P, unflip_cmd,      "image.unflip",                         "makes every matrix entry positive"},
-    {"unrotate",        P, unrotate_cmd,    "image.unrotate",                       "keeps only the lengths of the matrix rows"},
-    {"l2g",             F, l2g_fn,          "<x,y,z> := image.l2g <x,y,z>",         "index to global position"},
-    {"g2l",             F, g2l_fn,          "<x,y,z> := image.g2l <x,y,z>",         "global position to index"},
+    {"origin",          F, shared::origin_fn,       "<x,y,z> := image.origin",              "global position of pixel <1,1>"},
+    {"origin",          P, shared::origin_cmd,      "image.origin <x,y,z>",                 "sets the global position of pixel <1,1>"},
+    {"offset",          F, shared::origin_fn,       "<x,y,z> := image.offset",              "global position of pixel <1,1>"},
+    {"offset",          P, shared::origin_cmd,      "image.offset <x,y,z>",                 "sets the global position of pixel <1,1>"},
+    {"scale",           P, shared::scale_cmd,       "image.scale <x,y,z>",                  "pixel size, the sign is dropped"},
+    {"scale",           F, shared::scale_fn,        "<x,y,z> := image.scale",               "pixel size"},
+    {"matrix",          F, shared::matrix_fn,       "(<..>;<..>;<..>) := image.matrix",     "pixel steps in global space"},
+    {"matrix.v1",       F, shared::matrix_v1,       "<x,y,z> := image.matrix.v1",           "step per x index"},
+    {"matrix.v2",       F, shared::matrix_v2,       "<x,y,z> := image.matrix.v2",           "step per y index"},
+    {"matrix.v3",       F, shared::matrix_v3,       "<x,y,z> := image.matrix.v3",           "step per z index"},
+    {"matrix",          P, shared::matrix_cmd,      "image.matrix <v1> <v2> <v3>",          "sets the pixel steps in global space"},
+    {"unflip",          P, shared::unflip_cmd,      "image.unflip",                         "makes every matrix entry positive"},
+    {"unrotate",        P, shared::unrotate_cmd,    "image.unrotate",                       "keeps only the lengths of the matrix rows"},
+    {"l2g",             F, shared::l2g_fn,          "<x,y,z> := image.l2g <x,y,z>",         "index to global position"},
+    {"g2l",             F, shared::g2l_fn,          "<x,y,z> := image.g2l <x,y,z>",         "global position to index"},
     {"8bit",            P, switch_cmd<fieldtag::gray>,     "image.8bit",            "new images are gray (8 bit)"},
     {"byte",            P, switch_cmd<fieldtag::gray>,     "image.byte",            "new images are gray (8 bit)"},
     {"gray",            P, switch_cmd<fieldtag::gray>,     "image.gray",            "new images are gray (8 bit)"},

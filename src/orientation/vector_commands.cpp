@@ -60,24 +60,7 @@ void size_fn(macroengine& m) {
 }
 
 // The frame commands every field family shares.
-constexpr handler center_fn = frame_cmd::center_fn<vectorfield>;
-constexpr handler center_cmd = frame_cmd::center_cmd<vectorfield>;
-constexpr handler origin_fn = frame_cmd::origin_fn<vectorfield>;
-constexpr handler origin_cmd = frame_cmd::origin_cmd<vectorfield>;
-constexpr handler origin_add_cmd = frame_cmd::origin_add_cmd<vectorfield>;
-constexpr handler scale_cmd = frame_cmd::scale_cmd<vectorfield>;
-constexpr handler scale_fn = frame_cmd::scale_fn<vectorfield>;
-constexpr handler scale_mul_cmd = frame_cmd::scale_mul_cmd<vectorfield>;
-constexpr handler scale_norm_cmd = frame_cmd::scale_norm_cmd<vectorfield>;
-constexpr handler matrix_fn = frame_cmd::matrix_fn<vectorfield>;
-constexpr handler matrix_v1 = frame_cmd::matrix_row_fn<vectorfield, 0>;
-constexpr handler matrix_v2 = frame_cmd::matrix_row_fn<vectorfield, 1>;
-constexpr handler matrix_v3 = frame_cmd::matrix_row_fn<vectorfield, 2>;
-constexpr handler matrix_cmd = frame_cmd::matrix_cmd<vectorfield>;
-constexpr handler unflip_cmd = frame_cmd::unflip_cmd<vectorfield>;
-constexpr handler unrotate_cmd = frame_cmd::unrotate_cmd<vectorfield>;
-constexpr handler l2g_fn = frame_cmd::l2g_fn<vectorfield>;
-constexpr handler g2l_fn = frame_cmd::g2l_fn<vectorfield>;
+using shared = frame_cmd::handlers<vectorfield>;
 
 template <vectortag T>
 void switch_cmd(macroengine&) { workspace_traits<vectorfield>::default_tag = std::uint8_t(T); }
@@ -329,29 +312,29 @@ constexpr cmdrow rows[] = {
     {"clear",              P, clear_cmd,          "vector.clear",                               "drops vectors and frame, keeps the type"},
     {"new",                P, new_cmd,            "vector.new <x,y,z>",                         "re-creates the field with the default type, all null"},
     {"size",               F, size_fn,            "<x,y,z> := vector.size",                     "size of the field"},
-    {"center",             F, center_fn,          "<x,y,z> := vector.center",                   "half the size"},
-    {"center",             P, center_cmd,         "vector.center",                              "puts the origin in the middle of the field"},
-    {"origin.center",      P, center_cmd,         "vector.origin.center",                       "puts the origin in the middle of the field"},
-    {"offset.center",      P, center_cmd,         "vector.offset.center",                       "puts the origin in the middle of the field"},
-    {"origin",             F, origin_fn,          "<x,y,z> := vector.origin",                   "global position of voxel <1,1,1>"},
-    {"origin",             P, origin_cmd,         "vector.origin <x,y,z>",                      "sets the global position of voxel <1,1,1>"},
-    {"offset",             F, origin_fn,          "<x,y,z> := vector.offset",                   "global position of voxel <1,1,1>"},
-    {"offset",             P, origin_cmd,         "vector.offset <x,y,z>",                      "sets the global position of voxel <1,1,1>"},
-    {"origin.add",         P, origin_add_cmd,     "vector.origin.add <x,y,z>",                  "moves the global position of voxel <1,1,1>"},
-    {"offset.add",         P, origin_add_cmd,     "vector.offset.add <x,y,z>",                  "moves the global position of voxel <1,1,1>"},
-    {"scale",              P, scale_cmd,          "vector.scale <x,y,z>",                       "voxel size, the sign is dropped"},
-    {"scale",              F, scale_fn,           "<x,y,z> := vector.scale",                    "voxel size"},
-    {"scale.mul",          P, scale_mul_cmd,      "vector.scale.mul <x,y,z>",                   "multiplies the voxel steps per axis"},
-    {"scale.norm",         P, scale_norm_cmd,     "vector.scale.norm",                          "scales the voxel steps so the shortest is 1"},
-    {"matrix",             F, matrix_fn,          "(<..>;<..>;<..>) := vector.matrix",          "voxel steps in global space"},
-    {"matrix.v1",          F, matrix_v1,          "<x,y,z> := vector.matrix.v1",                "step per x index"},
-    {"matrix.v2",          F, matrix_v2,          "<x,y,z> := vector.matrix.v2",                "step per y index"},
-    {"matrix.v3",          F, matrix_v3,          "<x,y,z> := vector.matrix.v3",                "step per z index"},
-    {"matrix",             P, matrix_cmd,         "vector.matrix <v1> <v2> <v3>",               "sets the voxel steps in global space"},
-    {"unflip",             P, unflip_cmd,         "vector.unflip",                              "makes every matrix entry positive"},
-    {"unrotate",           P, unrotate_cmd,       "vector.unrotate",                            "keeps only the lengths of the matrix rows"},
-    {"l2g",                F, l2g_fn,             "<x,y,z> := vector.l2g <x,y,z>",              "index to global position"},
-    {"g2l",                F, g2l_fn,             "<x,y,z> := vector.g2l <x,y,z>",              "global position to index"},
+    {"center",             F, shared::center_fn,          "<x,y,z> := vector.center",                   "half the size"},
+    {"center",             P, shared::center_cmd,         "vector.center",                              "puts the origin in the middle of the field"},
+    {"origin.center",      P, shared::center_cmd,         "vector.origin.center",                       "puts the origin in the middle of the field"},
+    {"offset.center",      P, shared::center_cmd,         "vector.offset.center",                       "puts the origin in the middle of the field"},
+    {"origin",             F, shared::origin_fn,          "<x,y,z> := vector.origin",                   "global position of voxel <1,1,1>"},
+    {"origin",             P, shared::origin_cmd,         "vector.origin <x,y,z>",                      "sets the global position of voxel <1,1,1>"},
+    {"offset",             F, shared::origin_fn,          "<x,y,z> := vector.offset",                   "global position of voxel <1,1,1>"},
+    {"offset",             P, shared::origin_cmd,         "vector.offset <x,y,z>",                      "sets the global position of voxel <1,1,1>"},
+    {"origin.add",         P, shared::origin_add_cmd,     "vector.origin.add <x,y,z>",                  "moves the global position of voxel <1,1,1>"},
+    {"offset.add",         P, shared::origin_add_cmd,     "vector.offset.add <x,y,z>",                  "moves the global position of voxel <1,1,1>"},
+    {"scale",              P, shared::scale_cmd,          "vector.scale <x,y,z>",                       "voxel size, the sign is dropped"},
+    {"scale",              F, shared::scale_fn,           "<x,y,z> := vector.scale",                    "voxel size"},
+    {"scale.mul",          P, shared::scale_mul_cmd,      "vector.scale.mul <x,y,z>",                   "multiplies the voxel steps per axis"},
+    {"scale.norm",         P, shared::scale_norm_cmd,     "vector.scale.norm",                          "scales the voxel steps so the shortest is 1"},
+    {"matrix",             F, shared::matrix_fn,          "(<..>;<..>;<..>) := vector.matrix",          "voxel steps in global space"},
+    {"matrix.v1",          F, shared::matrix_v1,          "<x,y,z> := vector.matrix.v1",                "step per x index"},
+    {"matrix.v2",          F, shared::matrix_v2,          "<x,y,z> := vector.matrix.v2",                "step per y index"},
+    {"matrix.v3",          F, shared::matrix_v3,          "<x,y,z> := vector.matrix.v3",                "step per z index"},
+    {"matrix",             P, shared::matrix_cmd,         "vector.matrix <v1> <v2> <v3>",               "sets the voxel steps in global space"},
+    {"unflip",             P, shared::unflip_cmd,         "vector.unflip",                              "makes every matrix entry positive"},
+    {"unrotate",           P, shared::unrotate_cmd,       "vector.unrotate",                            "keeps only the lengths of the matrix rows"},
+    {"l2g",                F, shared::l2g_fn,             "<x,y,z> := vector.l2g <x,y,z>",              "index to global position"},
+    {"g2l",                F, shared::g2l_fn,             "<x,y,z> := vector.g2l <x,y,z>",              "global position to index"},
     {"ifvector",           F, ifvector_fn,        "flag := vector.ifvector",                    "1 if the field has voxels"},
     {"ifplain",            F, ifplain_fn,         "flag := vector.ifplain",                     "1 if all vectors are equal"},
     {"min",                F, min_fn,             "<x,y,z> := vector.min",                      "smallest value of each component"},

@@ -37,24 +37,7 @@ void size_fn(macroengine& m) {
 }
 
 // The frame commands every field family shares.
-constexpr handler center_fn = frame_cmd::center_fn<scalarfield>;
-constexpr handler center_cmd = frame_cmd::center_cmd<scalarfield>;
-constexpr handler origin_fn = frame_cmd::origin_fn<scalarfield>;
-constexpr handler origin_cmd = frame_cmd::origin_cmd<scalarfield>;
-constexpr handler origin_add_cmd = frame_cmd::origin_add_cmd<scalarfield>;
-constexpr handler scale_cmd = frame_cmd::scale_cmd<scalarfield>;
-constexpr handler scale_fn = frame_cmd::scale_fn<scalarfield>;
-constexpr handler scale_mul_cmd = frame_cmd::scale_mul_cmd<scalarfield>;
-constexpr handler scale_norm_cmd = frame_cmd::scale_norm_cmd<scalarfield>;
-constexpr handler matrix_fn = frame_cmd::matrix_fn<scalarfield>;
-constexpr handler matrix_v1 = frame_cmd::matrix_row_fn<scalarfield, 0>;
-constexpr handler matrix_v2 = frame_cmd::matrix_row_fn<scalarfield, 1>;
-constexpr handler matrix_v3 = frame_cmd::matrix_row_fn<scalarfield, 2>;
-constexpr handler matrix_cmd = frame_cmd::matrix_cmd<scalarfield>;
-constexpr handler unflip_cmd = frame_cmd::unflip_cmd<scalarfield>;
-constexpr handler unrotate_cmd = frame_cmd::unrotate_cmd<scalarfield>;
-constexpr handler l2g_fn = frame_cmd::l2g_fn<scalarfield>;
-constexpr handler g2l_fn = frame_cmd::g2l_fn<scalarfield>;
+using shared = frame_cmd::handlers<scalarfield>;
 
 void value_cmd(macroengine& m) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
@@ -120,31 +103,31 @@ constexpr cmdrow rows[] = {
     {"ifscalar",       F, ifscalar_fn,  "flag := scalar.ifscalar",              "true, if scalar has a size bigger than 0x0x0"},
     {"ifplain",        F, ifplain_fn,   "flag := scalar.ifplain",               "true, if all voxels hold one value"},
     {"size",           F, size_fn,      "<x,y,z> := scalar.size",               "size of the field"},
-    {"center",         F, center_fn,    "<x,y,z> := scalar.center",             "half the size"},
-    {"center",         P, center_cmd,   "scalar.center",                        "puts the origin in the middle of the field"},
-    {"origin.center",  F, center_fn,    "<x,y,z> := scalar.origin.center",      "half the size"},
-    {"origin.center",  P, center_cmd,   "scalar.origin.center",                 "puts the origin in the middle of the field"},
-    {"offset.center",  F, center_fn,    "<x,y,z> := scalar.offset.center",      "half the size"},
-    {"offset.center",  P, center_cmd,   "scalar.offset.center",                 "puts the origin in the middle of the field"},
-    {"origin",         F, origin_fn,    "<x,y,z> := scalar.origin",             "global position of voxel <1,1,1>"},
-    {"origin",         P, origin_cmd,   "scalar.origin <x,y,z>",                "sets the global position of voxel <1,1,1>"},
-    {"offset",         F, origin_fn,    "<x,y,z> := scalar.offset",             "global position of voxel <1,1,1>"},
-    {"offset",         P, origin_cmd,   "scalar.offset <x,y,z>",                "sets the global position of voxel <1,1,1>"},
-    {"offset.add",     P, origin_add_cmd, "scalar.offset.add <x,y,z>",          "moves the global position of voxel <1,1,1>"},
-    {"origin.add",     P, origin_add_cmd, "scalar.origin.add <x,y,z>",          "moves the global position of voxel <1,1,1>"},
-    {"scale",          P, scale_cmd,    "scalar.scale <x,y,z>",                 "voxel size, the sign is dropped"},
-    {"scale",          F, scale_fn,     "<x,y,z> := scalar.scale",              "voxel size"},
-    {"scale.mul",      P, scale_mul_cmd, "scalar.scale.mul <x,y,z>",            "multiplies the voxel steps per axis"},
-    {"scale.norm",     P, scale_norm_cmd, "scalar.scale.norm",                  "scales the voxel steps so the shortest is 1"},
-    {"matrix",         F, matrix_fn,    "(<..>;<..>;<..>) := scalar.matrix",    "voxel steps in global space"},
-    {"matrix.v1",      F, matrix_v1,    "<x,y,z> := scalar.matrix.v1",          "step per x index"},
-    {"matrix.v2",      F, matrix_v2,    "<x,y,z> := scalar.matrix.v2",          "step per y index"},
-    {"matrix.v3",      F, matrix_v3,    "<x,y,z> := scalar.matrix.v3",          "step per z index"},
-    {"matrix",         P, matrix_cmd,   "scalar.matrix <v1> <v2> <v3>",         "sets the voxel steps in global space"},
-    {"unflip",         P, unflip_cmd,   "scalar.unflip",                        "makes every matrix entry positive"},
-    {"unrotate",       P, unrotate_cmd, "scalar.unrotate",                      "keeps only the lengths of the matrix rows"},
-    {"l2g",            F, l2g_fn,       "<x,y,z> := scalar.l2g <x,y,z>",        "index to global position"},
-    {"g2l",            F, g2l_fn,       "<x,y,z> := scalar.g2l <x,y,z>",        "global position to index"},
+    {"center",         F, shared::center_fn,    "<x,y,z> := scalar.center",             "half the size"},
+    {"center",         P, shared::center_cmd,   "scalar.center",                        "puts the origin in the middle of the field"},
+    {"origin.center",  F, shared::center_fn,    "<x,y,z> := scalar.origin.center",      "half the size"},
+    {"origin.center",  P, shared::center_cmd,   "scalar.origin.center",                 "puts the origin in the middle of the field"},
+    {"offset.center",  F, shared::center_fn,    "<x,y,z> := scalar.offset.center",      "half the size"},
+    {"offset.center",  P, shared::center_cmd,   "scalar.offset.center",                 "puts the origin in the middle of the field"},
+    {"origin",         F, shared::origin_fn,    "<x,y,z> := scalar.origin",             "global position of voxel <1,1,1>"},
+    {"origin",         P, shared::origin_cmd,   "scalar.origin <x,y,z>",                "sets the global position of voxel <1,1,1>"},
+    {"offset",         F, shared::origin_fn,    "<x,y,z> := scalar.offset",             "global position of voxel <1,1,1>"},
+    {"offset",         P, shared::origin_cmd,   "scalar.offset <x,y,z>",                "sets the global position of voxel <1,1,1>"},
+    {"offset.add",     P, shared::origin_add_cmd, "scalar.offset.add <x,y,z>",          "moves the global position of voxel <1,1,1>"},
+    {"origin.add",     P, shared::origin_add_cmd, "scalar.origin.add <x,y,z>",          "moves the global position of voxel <1,1,1>"},
+    {"scale",          P, shared::scale_cmd,    "scalar.scale <x,y,z>",                 "voxel size, the sign is dropped"},
+    {"scale",          F, shared::scale_fn,     "<x,y,z> := scalar.scale",              "voxel size"},
+    {"scale.mul",      P, shared::scale_mul_cmd, "scalar.scale.mul <x,y,z>",            "multiplies the voxel steps per axis"},
+    {"scale.norm",     P, shared::scale_norm_cmd, "scalar.scale.norm",                  "scales the voxel steps so the shortest is 1"},
+    {"matrix",         F, shared::matrix_fn,    "(<..>;<..>;<..>) := scalar.matrix",    "voxel steps in global space"},
+    {"matrix.v1",      F, shared::matrix_v1,    "<x,y,z> := scalar.matrix.v1",          "step per x index"},
+    {"matrix.v2",      F, shared::matrix_v2,    "<x,y,z> := scalar.matrix.v2",          "step per y index"},
+    {"matrix.v3",      F, shared::matrix_v3,    "<x,y,z> := scalar.matrix.v3",          "step per z index"},
+    {"matrix",         P, shared::matrix_cmd,   "scalar.matrix <v1> <v2> <v3>",         "sets the voxel steps in global space"},
+    {"unflip",         P, shared::unflip_cmd,   "scalar.unflip",                        "makes every matrix entry positive"},
+    {"unrotate",       P, shared::unrotate_cmd, "scalar.unrotate",                      "keeps only the lengths of the matrix rows"},
+    {"l2g",            F, shared::l2g_fn,       "<x,y,z> := scalar.l2g <x,y,z>",        "index to global position"},
+    {"g2l",            F, shared::g2l_fn,       "<x,y,z> := scalar.g2l <x,y,z>",        "global position to index"},
     {"value",          P, value_cmd,    "scalar.value 255",                     "drawing value, fitted to the voxel type"},
     {"background",     P, background_cmd, "scalar.background 0",                "value of reads outside the field"},
     {"clean",          P, clean_cmd,    "scalar.clean",                         "empties the field, as scalar.new <0,0,0>"},
