@@ -14,9 +14,9 @@ bool has_voxels(const vectorfield& f) { return f.width > 0 && f.height > 0 && f.
 
 void clear_field(vectorfield& f) {
   f.width = f.height = f.depth = 0;
-  std::vector<double>().swap(f.reals);
-  std::vector<std::int64_t>().swap(f.nats);
-  std::vector<std::uint8_t>().swap(f.bytes);
+  voxelvector<double>().swap(f.reals);
+  voxelvector<std::int64_t>().swap(f.nats);
+  voxelvector<std::uint8_t>().swap(f.bytes);
   f.frame = qv::frame{};
   f.background = {};
 }
@@ -30,9 +30,10 @@ bool create_field(vectorfield& f, std::uint8_t tag, std::int64_t x, std::int64_t
     return false;
   const std::size_t n = std::size_t(x * y * z * 3);
   switch (f.tag) {
-    case vectortag::real: f.reals.assign(n, 0.0); break;
-    case vectortag::nat: f.nats.assign(n, 0); break;
-    case vectortag::rgb: f.bytes.assign(n, 0); break;
+    // Emptied above, so the new block comes zeroed without a fill.
+    case vectortag::real: f.reals.resize(n); break;
+    case vectortag::nat: f.nats.resize(n); break;
+    case vectortag::rgb: f.bytes.resize(n); break;
     default: return false;
   }
   f.width = x, f.height = y, f.depth = z;

@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include "foundation/voxelstore.h"
 #include "images/frame.h"
 #include "images/workspace.h"
 #include <type_traits>
@@ -21,9 +22,9 @@ struct vectorfield {
   std::int64_t width = 0, height = 0, depth = 0;
   qv::frame frame;
   widetext filename;
-  std::vector<double> reals;         // tag 88
-  std::vector<std::int64_t> nats;    // tag 89: writes round half to even
-  std::vector<std::uint8_t> bytes;   // tag 170: writes round into 0..255
+  voxelvector<double> reals;         // tag 88
+  voxelvector<std::int64_t> nats;    // tag 89: writes round half to even
+  voxelvector<std::uint8_t> bytes;   // tag 170: writes round into 0..255
   framemath::vector background;      // set by `vector.background`
 };
 

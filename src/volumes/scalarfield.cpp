@@ -71,9 +71,10 @@ void create(scalarfield& f, std::uint8_t tag, std::int64_t x, std::int64_t y, st
   if (x < 1 || y < 1 || z < 1) return;
   std::size_t n = std::size_t(x * y * z);
   switch (f.tag) {
-    case scalartag::mono: f.monobits.assign((n + 7) / 8, 0); break;
-    case scalartag::gray: f.grayvoxels.assign(n, 0); break;
-    default: f.fullvoxels.assign(n, 0); break;
+    // The storage is empty here, so the new block is zeros without a fill.
+    case scalartag::mono: f.monobits.resize((n + 7) / 8); break;
+    case scalartag::gray: f.grayvoxels.resize(n); break;
+    default: f.fullvoxels.resize(n); break;
   }
   f.width = x, f.height = y, f.depth = z;
   f.crop[3] = x, f.crop[4] = y, f.crop[5] = z;
@@ -139,9 +140,9 @@ void set_background(scalarfield& f, std::int64_t v) { f.background = fit(f.tag, 
 
 namespace {
 
-template <typename T>
-bool all_equal(const std::vector<T>& v) {
-  return std::adjacent_find(v.begin(), v.end(), std::not_equal_to<T>()) == v.end();
+template <typename V>
+bool all_equal(const V& v) {
+  return std::adjacent_find(v.begin(), v.end(), std::not_equal_to<typename V::value_type>()) == v.end();
 }
 
 bool mono_plain(const scalarfield& f) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/voxelstore.h"
 #include "images/frame.h"
 #include "images/workspace.h"
 
@@ -24,8 +25,8 @@ struct scalarfield {
   std::int64_t width = 0, height = 0, depth = 0;
   // Voxels, x fastest, then y, then z. Only the array of `tag` is in use: `mono`
   // packs one voxel a bit (bit i%8 of byte i/8), `gray` one byte, `fullgray` one word.
-  std::vector<std::uint8_t> monobits, grayvoxels;
-  std::vector<std::uint16_t> fullvoxels;
+  voxelvector<std::uint8_t> monobits, grayvoxels;
+  voxelvector<std::uint16_t> fullvoxels;
   std::int64_t background = 0, value = 0;   // already fitted to the element type
   std::int64_t crop[6] = {1, 1, 1, 0, 0, 0};   // first x, y, z, last x, y, z
   std::vector<scalarlabel> labels;           // in index order of reading

@@ -7,6 +7,7 @@
 #include "orientation/formats/vector_formats.h"
 
 #include <zlib.h>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -14,6 +15,7 @@
 
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
+#include "foundation/packedfile.h"
 #include "foundation/progress.h"
 #include "volumes/formats/nifti_header.h"
 
@@ -104,22 +106,36 @@ int value_bytes(std::int16_t datatype) {
   }
 }
 
-double value_at(const unsigned char* p, std::int16_t datatype, bool swap) {
-  unsigned char b[8];
-  const int n = value_bytes(datatype);
-  for (int i = 0; i < n; ++i) b[i] = swap ? p[n - 1 - i] : p[i];
+// `count` stored values of type S, byte order fixed first, into component `c`
+// of the vectors from `start` on (RGB: all three components of each voxel).
+template <typename S, typename T>
+void put_values(T* d, unsigned char* b, std::int64_t start, std::int64_t count, int c, bool swap, bool rgb) {
+  if (rgb) {
+    for (std::int64_t i = 0; i < 3 * count; ++i) d[3 * start + i] = store<T>(b[i]);
+    return;
+  }
+  if (swap && sizeof(S) > 1)
+    for (std::int64_t i = 0; i < count; ++i) std::reverse(b + i * std::int64_t(sizeof(S)), b + (i + 1) * std::int64_t(sizeof(S)));
+  T* out = d + 3 * start + c;
+  for (std::int64_t i = 0; i < count; ++i) out[3 * i] = store<T>(double(take<S>(b, std::size_t(i) * sizeof(S))));
+}
+
+// One stored type per datatype, chosen once per block.
+template <typename T>
+void put_block(T* d, unsigned char* b, std::int64_t start, std::int64_t count, int c, std::int16_t datatype, bool swap) {
   switch (datatype) {
-    case 2: return b[0];
-    case 256: return std::int8_t(b[0]);
-    case 4: return take<std::int16_t>(b, 0);
-    case 512: return take<std::uint16_t>(b, 0);
-    case 8: return take<std::int32_t>(b, 0);
-    case 768: return take<std::uint32_t>(b, 0);
-    case 16: return take<float>(b, 0);
-    case 1024: return double(take<std::int64_t>(b, 0));
-    case 1280: return double(take<std::uint64_t>(b, 0));
-    case 64: return take<double>(b, 0);
-    default: return 0;
+    case 128: put_values<std::uint8_t>(d, b, start, count, c, swap, true); break;
+    case 2: put_values<std::uint8_t>(d, b, start, count, c, swap, false); break;
+    case 256: put_values<std::int8_t>(d, b, start, count, c, swap, false); break;
+    case 4: put_values<std::int16_t>(d, b, start, count, c, swap, false); break;
+    case 512: put_values<std::uint16_t>(d, b, start, count, c, swap, false); break;
+    case 8: put_values<std::int32_t>(d, b, start, count, c, swap, false); break;
+    case 768: put_values<std::uint32_t>(d, b, start, count, c, swap, false); break;
+    case 16: put_values<float>(d, b, start, count, c, swap, false); break;
+    case 1024: put_values<std::int64_t>(d, b, start, count, c, swap, false); break;
+    case 1280: put_values<std::uint64_t>(d, b, start, count, c, swap, false); break;
+    case 64: put_values<double>(d, b, start, count, c, swap, false); break;
+    default: break;
   }
 }
 
@@ -162,9 +178,9 @@ void empty_with(vectorfield& f, wideview line) {
 
 bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
   const widetext wname = text::from_utf8(name);
-  gzhandle in(gzopen(name.c_str(), "rb"));
+  packedfile in;
   std::string raw(nifti::header_size, '\0');
-  if (!in || gzread(in.get(), raw.data(), unsigned(raw.size())) != int(raw.size())) {
+  if (!packed::open(in, name) || packed::read(in, raw.data(), raw.size()) != raw.size()) {
     empty_with(f, u"  Couldn't read File (" + wname + u")! Create empty field.");
     return false;
   }
@@ -219,27 +235,19 @@ bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
     return false;
   }
   const widetext label = (rgb ? u"  3DRGB (RGB) with (" : u"  3DVector with (") + sizes(dim[1], dim[2], dim[3]) + u")";
-  gzseek(in.get(), z_off_t(offset), SEEK_SET);
   const std::int64_t n = dim[1] * dim[2] * dim[3];
-  std::vector<unsigned char> line;
-  bool complete = true;
+  const std::int64_t per = rgb ? 3 : bytes, block = (std::int64_t(1) << 20) / per;
+  voxelvector<unsigned char> line;   // read into before each use, so never zeroed
+  line.resize(std::size_t(std::min(n, block) * per));
+  bool complete = packed::seek(in, offset);
   // RGB24 holds the three bytes of a voxel together; other types hold three planes.
   for (int c = 0; c < (rgb ? 1 : 3) && complete; ++c) {
     progress::set(c / 3.0, label);
-    for (std::int64_t start = 0; start < n && complete; start += 65536) {
-      const std::int64_t count = std::min<std::int64_t>(65536, n - start);
-      const std::int64_t want = count * (rgb ? 3 : bytes);
-      line.resize(std::size_t(want));
-      if (gzread(in.get(), line.data(), unsigned(want)) != int(want)) { complete = false; break; }
-      with_elements(f, [&](auto* d, std::int64_t) {
-        using T = std::remove_pointer_t<decltype(d)>;
-        for (std::int64_t i = 0; i < count; ++i) {
-          if (rgb)
-            for (int k = 0; k < 3; ++k) d[3 * (start + i) + k] = store<T>(line[std::size_t(3 * i + k)]);
-          else
-            d[3 * (start + i) + c] = store<T>(value_at(line.data() + i * bytes, datatype, swap));
-        }
-      });
+    for (std::int64_t start = 0; start < n && complete; start += block) {
+      const std::int64_t count = std::min(block, n - start);
+      const std::size_t want = std::size_t(count * per);
+      if (packed::read(in, line.data(), want) != want) { complete = false; break; }
+      with_elements(f, [&](auto* d, std::int64_t) { put_block(d, line.data(), start, count, c, datatype, swap); });
     }
   }
   progress::end(label);

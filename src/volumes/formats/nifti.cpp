@@ -14,6 +14,7 @@
 #include "foundation/console.h"
 #include "foundation/files.h"
 #include "foundation/numbertext.h"
+#include "foundation/packedfile.h"
 #include "foundation/progress.h"
 #include "volumes/formats/read_stack.h"
 
@@ -57,51 +58,6 @@ std::int64_t file_size(std::FILE* f) {
   return n < 0 ? 0 : n;
 }
 
-// The size the gzip trailer promises (mod 2^32), as a first reservation; never
-// more than deflate can expand the compressed bytes to.
-std::size_t size_hint(const std::string& name) {
-  stdfile f(name, "rb");
-  if (!f.f) return 0;
-  std::int64_t n = file_size(f.f);
-  if (n < 18 || fseeko(f.f, off_t(n - 4), SEEK_SET) != 0) return 0;
-  std::uint8_t t[4];
-  if (std::fread(t, 1, 4, f.f) != 4) return 0;
-  std::uint64_t isize = std::uint64_t(t[0]) | std::uint64_t(t[1]) << 8 | std::uint64_t(t[2]) << 16 |
-                        std::uint64_t(t[3]) << 24;
-  return std::size_t(std::min<std::uint64_t>(isize, std::uint64_t(n) * 1032));
-}
-
-bool is_gzip(const std::string& name) {
-  stdfile f(name, "rb");
-  std::uint8_t b[2] = {0, 0};
-  return f.f && std::fread(b, 1, 2, f.f) == 2 && b[0] == 0x1f && b[1] == 0x8b;
-}
-
-}  // namespace
-
-bool gunzip_file(const std::string& name, std::string& out) {
-  out.clear();
-  if (!is_gzip(name)) return false;
-  gzfile g(name, "rb");
-  if (!g.g) return false;
-  gzbuffer(g.g, 1 << 18);
-  std::size_t have = 0;
-  out.resize(std::max<std::size_t>(size_hint(name), 1 << 16));
-  for (;;) {
-    if (have == out.size()) out.resize(out.size() * 2);
-    // Reads of 1 MiB: above the gzip buffer, so zlib inflates straight into `out`,
-    // and small enough that a damaged stream loses only its last read.
-    unsigned want = unsigned(std::min<std::size_t>(out.size() - have, 1u << 20));
-    int k = gzread(g.g, out.data() + have, want);
-    if (k <= 0) break;   // the end, or a damaged stream: keep what came before it
-    have += std::size_t(k);
-  }
-  out.resize(have);
-  return true;
-}
-
-namespace {
-
 enum class form { single, pair };
 
 struct location {
@@ -134,10 +90,16 @@ location locate(const std::string& name) {
 
 bool zipped(const std::string& name) { return ends_with(lower_name(name), ".gz"); }
 
+// A file whose name says gzip must hold gzip.
+bool open_zipped(packedfile& p, const std::string& name) { return packed::open(p, name) && p.zipped; }
+
 // The first 348 bytes of a header file, zipped or not.
 bool header_bytes(const std::string& name, std::string& out) {
   if (zipped(name)) {
-    if (!gunzip_file(name, out)) return false;
+    packedfile p;
+    if (!open_zipped(p, name)) return false;
+    out.resize(nifti::header_size);
+    out.resize(packed::read(p, out.data(), out.size()));
     return true;
   }
   stdfile f(name, "rb");
@@ -232,10 +194,14 @@ bool load_framework(scalarfield& f, std::uint8_t tag, const std::string& name) {
 
 bool load_nifti(scalarfield& f, std::uint8_t tag, const std::string& name, std::int64_t stack) {
   location at = locate(name);
-  std::string memory;   // the whole zipped header or single file, unzipped
+  std::string memory;   // the header of a pair
+  // A zipped single file is read as a stream: header first, then the voxels
+  // straight into the field, with no copy of the whole file between.
+  packedfile packed_single, packed_data;
   stdfile plain(at.kind == form::single && !at.gz ? at.header : std::string(), "rb");
-  bool opened = at.gz ? gunzip_file(at.header, memory) : at.kind == form::pair ? header_bytes(at.header, memory)
-                                                                                : plain.f != nullptr;
+  bool opened = at.gz && at.kind == form::single ? open_zipped(packed_single, at.header)
+                : at.kind == form::pair          ? header_bytes(at.header, memory)
+                                                 : plain.f != nullptr;
   if (!opened) return fail(f, tag, u"  Couldn't read File (" + wide(name) + u")! Create empty field."), false;
   print::line(u"Read file (" + wide(name) + u").");
 
@@ -243,6 +209,9 @@ bool load_nifti(scalarfield& f, std::uint8_t tag, const std::string& name, std::
   if (plain.f) {
     src.file = plain.f;
     src.size = file_size(plain.f);
+  } else if (packed_single) {
+    src.stream = &packed_single;
+    src.size = packed::bound(packed_single);
   } else {
     src.memory = memory;
     src.size = std::int64_t(memory.size());
@@ -258,14 +227,13 @@ bool load_nifti(scalarfield& f, std::uint8_t tag, const std::string& name, std::
   }
 
   dimplan dims = plan_dims(h, stack);
-  std::string datamemory;
   // vox_offset 0 (and anything up to the extender's end) means the data follow at 352.
   std::int64_t offset = nifti::data_start;
   if (h.vox_offset > float(nifti::data_start)) offset = std::llround(std::min(double(h.vox_offset), 1e18));
   stdfile pairdata(at.kind == form::pair && !zipped(at.data) ? at.data : std::string(), "rb");
   if (at.kind == form::pair) {
     offset = 0;
-    bool ok = zipped(at.data) ? gunzip_file(at.data, datamemory) : pairdata.f != nullptr;
+    bool ok = zipped(at.data) ? open_zipped(packed_data, at.data) : pairdata.f != nullptr;
     if (!ok) {
       if (!dims.good)
         return fail(f, tag, u"  Couldn't read File (" + wide(name) + u") and bad dim size! Create empty field."), false;
@@ -276,7 +244,7 @@ bool load_nifti(scalarfield& f, std::uint8_t tag, const std::string& name, std::
     }
     src = bytesource{};
     if (pairdata.f) src.file = pairdata.f, src.size = file_size(pairdata.f);
-    else src.memory = datamemory, src.size = std::int64_t(datamemory.size());
+    else src.stream = &packed_data, src.size = packed::bound(packed_data);
   }
   if (!dims.good) return fail(f, tag, dims.reason), false;
   int code = nifti::storage_code(h.bitpix, h.datatype);

@@ -13,10 +13,6 @@ namespace qv::scalar {
 std::string lower_name(const std::string& name);
 bool ends_with(const std::string& s, const char* tail);
 
-// The whole of a gzip file in memory; false (with `out` empty) when the file
-// cannot be opened or is not gzip. A truncated stream gives what it holds.
-bool gunzip_file(const std::string& name, std::string& out);
-
 // Reads a volume into `f` with element type `tag`; `stack` selects the volume
 // of a 4D file (negative counts from the end, 0 is the first). Every failure
 // leaves an empty or zero-filled field and prints its line; false then.

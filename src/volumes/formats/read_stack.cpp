@@ -19,6 +19,7 @@ namespace qv::scalar {
 
 bool bytesource::read(std::int64_t at, void* out, std::size_t n) const {
   if (at < 0 || at > size || std::int64_t(n) > size - at) return false;
+  if (stream) return packed::seek(*stream, at) && packed::read(*stream, out, n) == n;
   if (file) {
     if (fseeko(file, off_t(at), SEEK_SET) != 0) return false;
     return std::fread(out, 1, n, file) == n;
@@ -112,7 +113,7 @@ struct context {
   const stackrequest& r;
   std::size_t voxels;
   widetext title;
-  std::vector<std::uint8_t> buffer;
+  voxelvector<std::uint8_t> buffer;   // filled before each use, so never zeroed
 };
 
 // One pass over the stored voxels; `visit(index, stored)` sees each in order.
@@ -127,6 +128,26 @@ bool pass(context& c, Visit visit, double from, double span) {
     if (c.r.swap) swap_block<S>(b, k);
     for (std::size_t j = 0; j < k; ++j) visit(i + j, load<S>(b + j * sizeof(S)));
     progress::set(from + span * double(i + k) / double(c.voxels), c.title);
+  }
+  return true;
+}
+
+template <typename S, typename Sink>
+std::int64_t reduce(S v);
+
+// Stored and target voxels of one size, without a filter: the bytes go straight
+// into the field and are reduced in place, a block at a time while it is in the cache.
+template <typename S, typename Sink>
+bool read_direct(context& c, Sink sink) {
+  constexpr std::size_t block = (std::size_t(1) << 20) / sizeof(S);
+  for (std::size_t i = 0; i < c.voxels; i += block) {
+    std::size_t k = std::min(block, c.voxels - i);
+    auto* out = sink.p + i;
+    std::uint8_t* b = reinterpret_cast<std::uint8_t*>(out);
+    if (!c.src.read(c.r.offset + std::int64_t(i * sizeof(S)), b, k * sizeof(S))) return false;
+    if (c.r.swap) swap_block<S>(b, k);
+    for (std::size_t j = 0; j < k; ++j) out[j] = std::remove_reference_t<decltype(*out)>(reduce<S, Sink>(load<S>(b + j * sizeof(S))));
+    progress::set(double(i + k) / double(c.voxels), c.title);
   }
   return true;
 }
@@ -246,8 +267,14 @@ bool read_typed(context& c, Sink sink) {
     progress::end(c.title);
     return ok;
   } else {
-    bool ok = filtered(r) ? convert<S>(c, sink, [off, fac](S s) { return filter_int<Sink>(whole(s), off, fac); })
-                          : convert<S>(c, sink, [](S s) { return reduce<S, Sink>(s); });
+    bool ok = false;
+    if constexpr (std::is_integral_v<S> && !std::is_same_v<Sink, monosink> && sizeof(S) == sizeof(*sink.p)) {
+      if (!filtered(r)) ok = read_direct<S>(c, sink);
+      else ok = convert<S>(c, sink, [off, fac](S s) { return filter_int<Sink>(whole(s), off, fac); });
+    } else {
+      ok = filtered(r) ? convert<S>(c, sink, [off, fac](S s) { return filter_int<Sink>(whole(s), off, fac); })
+                       : convert<S>(c, sink, [](S s) { return reduce<S, Sink>(s); });
+    }
     progress::end(c.title);
     return ok;
   }
@@ -287,6 +314,19 @@ widetext sizes_text(const stackrequest& r) {
 // Above this many voxels a file too short for its header gives an empty field
 // rather than one of zeros, so that a forged header cannot claim the memory.
 constexpr std::int64_t zero_field_limit = std::int64_t(1) << 28;
+
+// The report of a source too short for its header, and the field it leaves:
+// zeros of the header's size, or empty above the limit.
+void short_file(scalarfield& f, const stackrequest& r, std::int64_t size) {
+  std::int64_t bytes = stored_bytes(r.code), voxels = r.nx * r.ny * r.nz;
+  widetext sizes = u" with (" + sizes_text(r) + u")";
+  print::line(u"  Wrong file size! Header: " + sizes_text(r) + u" x " + nat::text(bytes) + u" bytes");
+  print::line(u"  Calculated type (bytes): " + real::text(double(size - r.offset) / double(voxels)));
+  print::line(f.tag == scalartag::mono ? u"  3DFullgrey (MonoZero)" + sizes : u"  3DGrey (GreyZero)" + sizes);
+  std::uint8_t tag = std::uint8_t(f.tag);
+  if (voxels > zero_field_limit) create(f, tag, 0, 0, 0);
+  else create_checked(f, tag, r.nx, r.ny, r.nz);
+}
 
 }  // namespace
 
@@ -341,12 +381,10 @@ bool read_stack(scalarfield& f, const bytesource& src, const stackrequest& r) {
   }
   std::int64_t bytes = stored_bytes(r.code);
   std::int64_t voxels = r.nx * r.ny * r.nz;
-  if (src.size - r.offset < bytes * voxels) {   // no product overflows: size_ok bounds voxels by 2^34
-    print::line(u"  Wrong file size! Header: " + sizes_text(r) + u" x " + nat::text(bytes) + u" bytes");
-    print::line(u"  Calculated type (bytes): " + real::text(double(src.size - r.offset) / double(voxels)));
-    print::line(f.tag == scalartag::mono ? u"  3DFullgrey (MonoZero)" + sizes : u"  3DGrey (GreyZero)" + sizes);
-    if (voxels > zero_field_limit) create(f, tag, 0, 0, 0);
-    else create_checked(f, tag, r.nx, r.ny, r.nz);
+  // No product overflows: size_ok bounds voxels by 2^34. A stream's bound is
+  // what it could give; only a stream shorter than that is read to its end.
+  if (src.size - r.offset < bytes * voxels) {
+    short_file(f, r, src.stream ? packed::total(*src.stream) : src.size);
     return false;
   }
   if (!create_checked(f, tag, r.nx, r.ny, r.nz)) return false;
@@ -358,13 +396,19 @@ bool read_stack(scalarfield& f, const bytesource& src, const stackrequest& r) {
   }
   context c{src, r, std::size_t(voxels), {}, {}};
   c.title = (r.code == 8 && f.tag == scalartag::gray) ? u"  3DGrey" + sizes : u"  3DGrey (" + label + u")" + sizes;
-  c.buffer.resize(buffer_elements(r.code) * std::size_t(bytes));
+  const int width = r.code < 0 ? -r.code : r.code;
+  const bool direct = !filtered(r) && ((width == 16 && f.tag == scalartag::fullgray) || (width == 8 && f.tag == scalartag::gray));
+  if (!direct) c.buffer.resize(buffer_elements(r.code) * std::size_t(bytes));   // the direct reads need none
   bool ok = false;
   switch (f.tag) {
     case scalartag::mono: ok = read_into(c, monosink{f.monobits.data()}); break;
     case scalartag::gray: ok = read_into(c, graysink{f.grayvoxels.data()}); break;
     case scalartag::fullgray: ok = read_into(c, fullsink{f.fullvoxels.data()}); break;
     default: break;
+  }
+  if (!ok && src.stream) {   // a stream that ends early is found short only while it is read
+    progress::end(c.title);
+    short_file(f, r, packed::total(*src.stream));
   }
   return ok;
 }

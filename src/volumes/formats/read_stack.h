@@ -5,15 +5,19 @@
 #include <string>
 #include <string_view>
 
+#include "foundation/packedfile.h"
 #include "volumes/scalarfield.h"
 
 namespace qv::scalar {
 
-// Where the voxels come from: an open file or bytes already in memory.
+// Where the voxels come from: an open file, bytes already in memory, or a
+// packed (gzip) stream read from its start, whose `size` is only known once
+// it has been read to the end; `read` moves it forward (back: from the start).
 struct bytesource {
   std::FILE* file = nullptr;
   std::string_view memory;
-  std::int64_t size = 0;   // bytes available
+  std::int64_t size = 0;   // bytes available; for a stream, the most it can give
+  packedfile* stream = nullptr;
   bool read(std::int64_t at, void* out, std::size_t n) const;
 };
 

@@ -229,6 +229,44 @@ TEST(nifti_file, truncated_gzip_keeps_what_it_holds) {
   EXPECT_EQ(g.depth, 100);
 }
 
+// The zipped form streams its voxels into the field: stacks past an offset with
+// extension bytes, both the direct and the converting target, and a stream cut
+// short, which must report the bytes it really held.
+TEST(nifti_file, zipped_stream_reads_like_the_plain_file_and_reports_its_real_length) {
+  tempdir d;
+  std::vector<std::int16_t> v = counting(3 * 3 * 4 * 5);
+  for (auto& x : v) x = std::int16_t(x * 211 - 9000);
+  std::string plain = int16_file({4, 3, 3, 4, 5}, {}, 368);
+  plain += std::string(16, '\x11');
+  plain.append(reinterpret_cast<const char*>(v.data()), v.size() * 2);
+  write_file(d / "s.nii", plain);
+  auto zip = [&](const std::string& name, const std::string& bytes) {
+    gzFile g = gzopen((d / name).c_str(), "wb6");
+    gzwrite(g, bytes.data(), unsigned(bytes.size()));
+    gzclose(g);
+  };
+  zip("s.nii.gz", plain);
+  for (std::uint8_t tag : {std::uint8_t(151), std::uint8_t(150)})
+    for (std::int64_t stack : {1, 3, -1}) {
+      scalarfield a, b;
+      quiet([&] { EXPECT_TRUE(scalar::load_nifti(a, tag, d / "s.nii", stack)); });
+      quiet([&] { EXPECT_TRUE(scalar::load_nifti(b, tag, d / "s.nii.gz", stack)); });
+      EXPECT_TRUE(same_voxels(a, b)) << int(tag) << " " << stack;
+    }
+  std::string cut = plain.substr(0, 368 + 3 * 3 * 4 * 2 + 7);   // stack 2 breaks off after 7 bytes
+  write_file(d / "cut.nii", cut);
+  zip("cut.nii.gz", cut);
+  scalarfield f;
+  std::string lines = "  Wrong file size! Header: 3x3x4 x 2 bytes\n  Calculated type (bytes): ";
+  std::string a = quiet([&] { EXPECT_FALSE(scalar::load_nifti(f, 151, d / "cut.nii", 2)); });
+  std::string b = quiet([&] { EXPECT_FALSE(scalar::load_nifti(f, 151, d / "cut.nii.gz", 2)); });
+  ASSERT_NE(a.find(lines), std::string::npos) << a;
+  std::size_t at = a.find(lines), end = a.find('\n', at + lines.size());
+  EXPECT_NE(b.find(a.substr(at, end - at)), std::string::npos) << b;
+  EXPECT_EQ(f.depth, 4);
+  EXPECT_TRUE(scalar::ifplain(f));
+}
+
 TEST(nifti_file, pair_without_data_file_keeps_size_and_frame) {
   tempdir d;
   scalarfield f = sample(scalartag::gray), g;
