@@ -86,7 +86,7 @@ bool prepare_result(vectorfield& out, const scalarfield& in, std::int64_t f) {
 }
 
 // Results of the doubles kernel into the field's own element type.
-void store_results(vectorfield& out, const std::vector<realvector>& r) {
+void store_results(vectorfield& out, const voxelvector<realvector>& r) {
   vector::with_elements(out, [&](auto* d, std::int64_t n) {
     using T = std::remove_pointer_t<decltype(d)>;
     for (std::int64_t i = 0; i < n && std::size_t(i) < r.size(); ++i, d += 3)
@@ -102,7 +102,7 @@ void scan_field(macroengine& m, const scan::volume<T>& v, const settings& s, std
     diffusion::field(v, s, f, thread_max(m), reinterpret_cast<realvector*>(out.reals.data()));
     return;
   }
-  std::vector<realvector> r(std::size_t(vector::voxel_count(out)));
+  voxelvector<realvector> r(std::size_t(vector::voxel_count(out)));   // every entry is written by the scan
   diffusion::field(v, s, f, thread_max(m), r.data());
   store_results(out, r);
 }

@@ -5,6 +5,8 @@
 #include <atomic>
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <mutex>
 #include "foundation/threads.h"
 
 namespace qv::diffusion {
@@ -455,38 +457,84 @@ void slice(const scan::volume<T>& v, lineplan& p, const settings& s, std::int64_
   }
 }
 
+namespace {
+
+// Plans and lists of the workers, kept from slice to slice: a worker takes a
+// free set at its start and gives it back at its end, so that no slice builds
+// its plan again or allocates (and faults in) its slab anew. No more sets are
+// in use at once than threads run, and a set is built by its first user.
+struct workerset {
+  lineplan plan;
+  scratch work;
+  bool built = false;
+};
+
+struct workerpool {
+  std::mutex lock;
+  std::vector<std::unique_ptr<workerset>> sets;
+  std::vector<workerset*> idle;
+  explicit workerpool(std::int64_t most) : sets(std::size_t(std::max<std::int64_t>(most, 1))) {}
+  workerset& take() {
+    std::lock_guard<std::mutex> hold(lock);
+    if (!idle.empty()) {
+      workerset* w = idle.back();
+      idle.pop_back();
+      return *w;
+    }
+    for (auto& s : sets)
+      if (!s) return *(s = std::make_unique<workerset>());
+    sets.push_back(std::make_unique<workerset>());   // only if more ran at once than promised
+    return *sets.back();
+  }
+  void give(workerset& w) {
+    std::lock_guard<std::mutex> hold(lock);
+    idle.push_back(&w);
+  }
+  std::int64_t samples() const {
+    std::int64_t n = 0;
+    for (const auto& s : sets) n += s ? s->work.samples : 0;
+    return n;
+  }
+};
+
+// Runs `body(set, k)` for k from 1 to `count` through the worker frame, each
+// slice with a set of the pool built by `build`.
+template <typename Build, typename Body>
+std::int64_t pooled(std::int64_t count, std::int64_t maxthreads, Build build, Body body) {
+  workerpool pool(std::min(count, maxthreads));
+  auto worker = [&](std::int64_t k) {
+    workerset& w = pool.take();
+    if (!w.built) build(w.plan), w.built = true;
+    body(w, k);
+    pool.give(w);
+  };
+  threads::per_slice(count, maxthreads, u"  Calculate vectorfield", worker);
+  return pool.samples();
+}
+
+}  // namespace
+
 template <typename T>
 std::int64_t field(const scan::volume<T>& v, const settings& s, std::int64_t f, std::int64_t maxthreads,
                    realvector* out) {
   if (f < 1) f = 1;
   const std::int64_t wx = v.nx / f, wy = v.ny / f, wz = v.nz / f;
-  std::atomic<std::int64_t> samples{0};
-  auto worker = [&](std::int64_t k) {
-    lineplan plan;   // built per slice, as each worker owns its lists
-    plan_build(plan, s.n, v.nx, v.ny);
-    scratch work;
-    slice(v, plan, s, k * f, f, work, out + (k - 1) * wx * wy);
-    samples += work.samples;
-  };
-  threads::per_slice(wz, maxthreads, u"  Calculate vectorfield", worker);
-  return samples.load();
+  return pooled(
+      wz, maxthreads, [&](lineplan& plan) { plan_build(plan, s.n, v.nx, v.ny); },
+      [&](workerset& w, std::int64_t k) { slice(v, w.plan, s, k * f, f, w.work, out + (k - 1) * wx * wy); });
 }
 
 template <typename T>
 std::int64_t field_2d(const scan::volume<T>& v, const settings& s, std::int64_t maxthreads, realvector* out) {
-  std::atomic<std::int64_t> samples{0};
-  auto worker = [&](std::int64_t y) {
-    lineplan plan;
-    plan_build(plan, s.n, v.nx, v.ny, true);
-    scratch work;
-    for (std::int64_t x = 1; x <= v.nx; ++x) {
-      realvector& r = out[(y - 1) * v.nx + (x - 1)];
-      r = (v.data && v.read(std::uint64_t(x), std::uint64_t(y), 1) > 0) ? voxel(v, plan, s, x, y, 1, work) : realvector{};
-    }
-    samples += work.samples;
-  };
-  threads::per_slice(v.ny, maxthreads, u"  Calculate vectorfield", worker);
-  return samples.load();
+  return pooled(
+      v.ny, maxthreads, [&](lineplan& plan) { plan_build(plan, s.n, v.nx, v.ny, true); },
+      [&](workerset& w, std::int64_t y) {
+        for (std::int64_t x = 1; x <= v.nx; ++x) {
+          realvector& r = out[(y - 1) * v.nx + (x - 1)];
+          r = (v.data && v.read(std::uint64_t(x), std::uint64_t(y), 1) > 0) ? voxel(v, w.plan, s, x, y, 1, w.work)
+                                                                           : realvector{};
+        }
+      });
 }
 
 #define QV_DIFFUSION_TYPES(T)                                                                                    \
