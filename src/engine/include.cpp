@@ -64,6 +64,7 @@ bool include_splice(macroengine& m, std::int64_t at, const std::string& filename
   s.length = std::move(length);
   s.sourceline = std::move(sourceline);
   s.sourcefile = std::move(sourcefile);
+  lines::touch(s);
 
   // Defined commands whose body lies behind the splice move with their lines.
   const std::int64_t grow = std::int64_t(added) - 1;

@@ -25,6 +25,50 @@ void cut_comment(widetext& line) {
 
 widetext next_word(widetext& line) { return text::lower(text::token(line, u' ')); }
 
+// The cut of line `ln`, made now if the line store changed since it was made.
+const linecut& cut_line(macroengine& m, std::int64_t ln, std::string_view raw) {
+  if (m.cuts.size() < m.lines.count()) m.cuts.resize(m.lines.count());
+  linecut& c = m.cuts[std::size_t(ln - 1)];
+  if (c.generation == m.lines.generation && c.generation != 0) return c;
+  c = linecut{};
+  c.generation = m.lines.generation;
+  widetext line = text::from_utf8(raw);
+  if (ln == 1 && !line.empty() && line[0] == u'!') {
+    c.skip = true;
+    return c;
+  }
+  line = text::trim(line, u' ', u'\t');
+  cut_comment(line);
+  c.blank = line.empty();
+  if (!c.blank) c.command = next_word(line);
+  c.rest = std::move(line);
+  return c;
+}
+
+// The cut of line `ln` while the line store and `command` are as the cut left
+// them (a one-line `then` or `of` puts another word in `command`); else null.
+linecut* unchanged(macroengine& m, std::int64_t ln) {
+  if (ln < 1 || std::size_t(ln) > m.cuts.size()) return nullptr;
+  linecut& c = m.cuts[std::size_t(ln - 1)];
+  if (c.generation != m.lines.generation || c.generation == 0 || c.command != m.command) return nullptr;
+  return &c;
+}
+
+// `lookup_function` of the word after `:=` on line `ln` (0: not cached), kept
+// for as long as the registry stays as it was; a hit counts as the lookup does.
+std::size_t function_row(macroengine& m, std::int64_t ln, const widetext& name) {
+  if (ln < 1 || std::size_t(ln) > m.cuts.size() || !m.withpath.empty()) return lookup_function(m, name);
+  linecut& c = m.cuts[std::size_t(ln - 1)];
+  if (c.registry == m.registrygeneration) {
+    if (c.row) ++m.registry[c.row - 1].used;
+    return c.row;
+  }
+  const std::size_t row = lookup_function(m, name);
+  c.registry = m.registrygeneration;
+  c.row = row;
+  return row;
+}
+
 // "  <name>|<p1>|...|" with the parameter colours under the ANSI flag.
 void trace_call(const macroengine& m, wideview head) {
   widetext out(head);
@@ -70,7 +114,8 @@ void where_line(const macroengine& m) {
   print::line(u"In line " + nat::text(source_line(m)) + u" (" + text::from_utf8(source_file(m)) + u").");
 }
 
-void assignment(macroengine& m, interpframe& fr) {
+// `ln`: the line whose cut this is, for the kept function lookup; 0 when the line was changed.
+void assignment(macroengine& m, interpframe& fr, std::int64_t ln) {
   m.target = substitute_at(m, m.command);
   m.value.clear();
   m.command = next_word(fr.line);
@@ -81,7 +126,7 @@ void assignment(macroengine& m, interpframe& fr) {
     widetext word = text::token(fr.line, u' ');
     m.command = text::lower(word);
     widetext name = m.command;
-    std::size_t row = lookup_function(m, name);
+    std::size_t row = function_row(m, ln, name);
     if (!row && !m.withpath.empty()) {
       widetext longer = with_path(m) + u"." + name;
       if ((row = lookup_function(m, longer))) name = longer;
@@ -220,17 +265,17 @@ std::int64_t interpret(macroengine& m, std::int64_t startline, bool active) {
     ++ln;
     m.currentline = ln;
     const std::string_view raw = m.lines.line(std::size_t(ln));
-    fr.line = text::from_utf8(raw);
-    if (ln == 1 && !fr.line.empty() && fr.line[0] == u'!') continue;
-    fr.line = text::trim(fr.line, u' ', u'\t');
-    cut_comment(fr.line);
-    if (fr.line.empty()) {
+    const linecut& cut = cut_line(m, ln, raw);
+    if (cut.skip) continue;
+    if (cut.blank) {
       if (fr.templatebody) template_line(m, fr, raw);
       continue;
     }
     m.target.clear();
     m.value.clear();
-    m.command = next_word(fr.line);
+    m.command = cut.command;
+    fr.line = cut.rest;
+    const std::int64_t own = ln;   // the cut of this line stands while `command` is still its first word
     if (fr.templatebody && m.command != u"end" && m.command != u"until" && m.command != u"halt" &&
         m.command != u"break") {
       // Body of `store`/`append`: every passed-over line is text for the file.
@@ -266,11 +311,13 @@ std::int64_t interpret(macroengine& m, std::int64_t startline, bool active) {
       scan_line(m, fr, ln);
       continue;
     }
-    if (language_word(m, fr, ln)) {
-      continue;
+    linecut* same = unchanged(m, own);
+    if (!(same && same->plain)) {
+      if (language_word(m, fr, ln)) continue;
+      if (same) same->plain = true;   // language words are told by the word alone
     }
     if (fr.line.size() > 2 && fr.line.find(u"= ", 1) != widetext::npos) {
-      assignment(m, fr);
+      assignment(m, fr, same ? own : 0);
     } else {
       statement(m, fr);
       // A block moves the line counter to its `end`; a defined call restores it.

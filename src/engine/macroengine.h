@@ -45,11 +45,27 @@ struct outfile {
   bool statements = false;       // `output.store`/`output.append`: print commands write here
 };
 
+// What a line gives each time the interpreter reaches it, kept while the line
+// store keeps its generation: the cut is made once, and only the substitution
+// and the call are done on every pass.
+struct linecut {
+  std::uint64_t generation = 0;   // of the line store when cut; 0: not cut yet
+  widetext command, rest;         // the first word lower-cased, and the rest, after trim and comment cut
+  bool skip = false;              // the `!` first line: passed over, not even a template line
+  bool blank = false;             // nothing left after the cut
+  bool plain = false;             // the command is no language word (learnt on the first pass)
+  // In `target := word ...`: the function row of `word` (0: none), found
+  // under the registry generation `registry` (0: not looked up).
+  std::uint64_t registry = 0;
+  std::size_t row = 0;
+};
+
 struct macroengine {
   // Registry, in registration order, with a name index (newest row last).
   std::vector<regentry> registry;
   std::unordered_map<widetext, std::vector<std::uint32_t>> regindex;
   std::vector<const cmdrow*> reference;   // rows as registered, for the reference macro
+  std::uint64_t registrygeneration = 1;   // new whenever rows are added or cut
 
   // Variables: three parallel columns sorted by scope, newest row wins.
   std::vector<shorttext> varname, varvalue;
@@ -66,6 +82,7 @@ struct macroengine {
   widetext storespace;             // separator of later template blocks (`store.space`)
 
   linestore lines;
+  std::vector<linecut> cuts;   // index: line - 1
   // Each `include` splice: the line it replaced and the lines it added, so that a
   // caller of a defined command can find its own line again after the body spliced.
   std::vector<std::pair<std::int64_t, std::int64_t>> splices;

@@ -39,6 +39,7 @@ void add_row(macroengine& m, widetext name, std::uint8_t cls, std::uint8_t form,
   e.scope = scope;
   m.regindex[e.name.str()].push_back(std::uint32_t(m.registry.size()));
   m.registry.push_back(std::move(e));
+  ++m.registrygeneration;
 }
 
 // The newest row of `name` whose class is accepted, 1-based, or 0.

@@ -35,9 +35,10 @@ void normalise(const macroengine& m, widetext& name, widetext& value) {
       }
     }
   }
-  for (widechar& c : name)
+  for (widechar& c : name) {
     if (c == u' ') c = u'.';
-  name = text::lower(std::move(name));
+    c = text::lower_char(c);   // in place: no copy of the name
+  }
 }
 
 std::size_t newest(const macroengine& m, const widetext& name) {
@@ -46,11 +47,15 @@ std::size_t newest(const macroengine& m, const widetext& name) {
   return it->second.back() + 1;
 }
 
-void append_row(macroengine& m, widetext name, widetext value, std::int64_t scope) {
-  m.varindex[name].push_back(std::uint32_t(m.varname.size()));
+// Gives the number of rows the name now has.
+std::size_t append_row(macroengine& m, widetext name, widetext value, std::int64_t scope) {
+  auto& rows = m.varindex[name];
+  rows.push_back(std::uint32_t(m.varname.size()));
+  const std::size_t count = rows.size();
   m.varname.emplace_back(std::move(name));
   m.varvalue.emplace_back(std::move(value));
   m.varscope.push_back(scope);
+  return count;
 }
 
 bool overloaded(macroengine& m, const widetext& name) {
@@ -75,8 +80,7 @@ void var_set(macroengine& m, wideview name_in, wideview value_in) {
 std::size_t var_new_inner(macroengine& m, wideview name_in, wideview value_in) {
   widetext name(name_in), value(value_in);
   normalise(m, name, value);
-  append_row(m, name, std::move(value), m.depth + 1);
-  return m.varindex[name].size();
+  return append_row(m, std::move(name), std::move(value), m.depth + 1);
 }
 
 void var_set_at(macroengine& m, wideview name_in, wideview value_in, std::int64_t scope) {
@@ -153,17 +157,16 @@ void leave(macroengine& m) {
       if (it->second.empty()) m.regindex.erase(it);
     }
   }
+  if (r < m.registry.size()) ++m.registrygeneration;
   m.registry.resize(r);
   std::size_t mm = cut_at(m.modulemark);
   m.modulemark.resize(mm);
   std::size_t v = cut_at(m.varscope);
   if (v < m.varname.size()) {
     for (std::size_t i = m.varname.size(); i-- > v;) {
+      // An emptied entry stays: loops make the same names again on every pass.
       auto it = m.varindex.find(m.varname[i].str());
-      if (it != m.varindex.end()) {
-        it->second.pop_back();
-        if (it->second.empty()) m.varindex.erase(it);
-      }
+      if (it != m.varindex.end() && !it->second.empty()) it->second.pop_back();
     }
     m.varname.resize(v);
     m.varvalue.resize(v);
