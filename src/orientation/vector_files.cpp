@@ -19,7 +19,7 @@ vectorfield& current() { return *workspace::current<vectorfield>(); }
 // The writer by extension; plain text for every name it does not know.
 bool save_by_extension(const vectorfield& f, const std::string& name, vector scale) {
   const std::string e = image::file_extension(name);
-  if (e == "nii" || e == "hdr") return save_nifti(f, name, scale, false);
+  if (e == "nii" || e == "hdr" || e == "img") return save_nifti(f, name, scale, false);
   if (e == "nii.gz") return save_nifti(f, name, scale, true);
   if (e == "fld") return save_avs(f, name, scale);
   if (e == "am") return save_amira(f, name, scale);
@@ -29,7 +29,7 @@ bool save_by_extension(const vectorfield& f, const std::string& name, vector sca
 
 bool load_by_extension(vectorfield& f, const std::string& name) {
   const std::string e = image::file_extension(name);
-  if (e == "nii" || e == "nii.gz") return load_nifti(f, name);
+  if (e == "nii" || e == "nii.gz" || e == "hdr" || e == "img") return load_nifti(f, name);
   return load_text(f, name);
 }
 
@@ -61,7 +61,7 @@ void load_header(macroengine& m, niftipart part) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
   const widetext name = macro::parameter(m, 1);
   const std::string e = image::file_extension(text::utf8(name));
-  if (e != "nii" && e != "nii.gz") return print::line(u"Not provided!");
+  if (e != "nii" && e != "nii.gz" && e != "hdr" && e != "img") return print::line(u"Not provided!");
   print::line(u"Read file (" + name + u").");
   load_nifti(current(), text::utf8(name), part);
 }

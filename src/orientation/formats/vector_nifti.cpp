@@ -1,6 +1,6 @@
 // vector_nifti.cpp: the NIfTI-1 form of vector fields (5D, intent VECTOR), single file and gzip, both directions.
 //
-// Known limits: reads the single-file form only (no .hdr/.img pair); stored
+// Known limits: the .hdr/.img pair is written and read unzipped only; stored
 // types float32, float64, signed and unsigned 8 to 64 bit integers and RGB24;
 // the vector components must stand on dim[5] (or dim[4] when dim[0] is 4).
 // The 348 header bytes are read and written by the volume code's header routines.
@@ -36,9 +36,9 @@ using gzhandle = std::unique_ptr<std::remove_pointer_t<gzFile>, gzcloser>;
 
 // The volume header with the vector form's changes: five dimensions with the
 // three components on dim[5], intent VECTOR, doubles or 64-bit integers.
-nifti::header vector_header(const vectorfield& f, bool integer) {
+nifti::header vector_header(const vectorfield& f, bool integer, bool pair) {
   nifti::header h = nifti::make_header(f.width, f.height, f.depth, integer ? 1024 : 64, 64, f.frame.matrix,
-                                       f.frame.offset, false);
+                                       f.frame.offset, pair);
   h.dim[0] = 5;
   h.dim[5] = 3;
   h.intent_code = intent_vector;
@@ -77,20 +77,42 @@ widetext sizes(std::int64_t x, std::int64_t y, std::int64_t z) {
 
 }  // namespace
 
+namespace {
+
+// "x.hdr" and "x.img" name the Analyze-style pair: the 348 header bytes in
+// "x.hdr" (magic "ni1", vox_offset 0), the voxels alone in "x.img".
+bool pair_name(const std::string& name, std::string& header, std::string& data) {
+  std::string low = name;
+  for (char& c : low) c = char(c >= 'A' && c <= 'Z' ? c + 32 : c);
+  if (!low.ends_with(".hdr") && !low.ends_with(".img")) return false;
+  const std::string stem = name.substr(0, name.size() - 4);
+  header = stem + ".hdr", data = stem + ".img";
+  return true;
+}
+
+}  // namespace
+
 bool save_nifti(const vectorfield& f, const std::string& name, vector scale, bool zipped) {
   if (f.width > 32767 || f.height > 32767 || f.depth > 32767) return false;
-  gzhandle out(gzopen(name.c_str(), zipped ? "wb6" : "wbT"));
+  std::string headname = name, dataname = name;
+  const bool pair = !zipped && pair_name(name, headname, dataname);
+  gzhandle out(gzopen(headname.c_str(), zipped ? "wb6" : "wbT"));
   if (!out) return false;
   const bool integer = f.tag != vectortag::real;
-  const std::string h = nifti::bytes_of(vector_header(f, integer)) + std::string(4, '\0');   // no extensions
+  const std::string h = nifti::bytes_of(vector_header(f, integer, pair)) + std::string(pair ? 0 : 4, '\0');   // a single file: no extensions
   if (gzwrite(out.get(), h.data(), unsigned(h.size())) != int(h.size())) return false;
+  if (pair) {
+    if (gzclose(out.release()) != Z_OK) return false;
+    out.reset(gzopen(dataname.c_str(), "wbT"));
+    if (!out) return false;
+  }
   const widetext label = u"  3DVector with (" + sizes(f.width, f.height, f.depth) + u")";
   bool ok = true;
   with_elements(f, [&](const auto* d, std::int64_t n) {
     ok = integer ? write_planes<std::remove_cv_t<std::remove_pointer_t<decltype(d)>>, std::int64_t>(out.get(), d, n, scale, label)
                  : write_planes<std::remove_cv_t<std::remove_pointer_t<decltype(d)>>, double>(out.get(), d, n, scale, label);
   });
-  return ok;
+  return ok && gzclose(out.release()) == Z_OK;
 }
 
 namespace {
@@ -178,9 +200,11 @@ void empty_with(vectorfield& f, wideview line) {
 
 bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
   const widetext wname = text::from_utf8(name);
+  std::string headname = name, dataname = name;
+  const bool pair = pair_name(name, headname, dataname);
   packedfile in;
   std::string raw(nifti::header_size, '\0');
-  if (!packed::open(in, name) || packed::read(in, raw.data(), raw.size()) != raw.size()) {
+  if (!packed::open(in, headname) || packed::read(in, raw.data(), raw.size()) != raw.size()) {
     empty_with(f, u"  Couldn't read File (" + wname + u")! Create empty field.");
     return false;
   }
@@ -207,7 +231,9 @@ bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
   }
   const float vox_offset = h.vox_offset;
   // An absurd offset is kept finite here; the size check below refuses it.
-  const std::int64_t offset = vox_offset > 352 ? std::int64_t(std::llround(std::fmin(vox_offset, 1e15))) : 352;
+  // In a pair the voxels start at vox_offset of the data file, usually 0.
+  const std::int64_t offset = pair ? (vox_offset > 0 ? std::int64_t(std::llround(std::fmin(vox_offset, 1e15))) : 0)
+                              : vox_offset > 352 ? std::int64_t(std::llround(std::fmin(vox_offset, 1e15))) : 352;
   const bool rgb = datatype == 128;
   const std::uint8_t tag = rgb ? 170 : (datatype == 16 || datatype == 64) ? 88 : 89;
   if (part == niftipart::frame) {
@@ -225,7 +251,7 @@ bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
   // The data must be there before the field is allocated.
   const double need = double(offset) + double(dim[1]) * double(dim[2]) * double(dim[3]) * 3 * (rgb ? 1 : bytes);
   bool known = false, exact = false;
-  const std::int64_t have = unpacked_size(name, known, exact);
+  const std::int64_t have = unpacked_size(dataname, known, exact);
   if (known && (exact || need < 4294967296.0) && double(have) < need) {
     empty_with(f, u"  Wrong file size! Header:" + sizes(dim[1], dim[2], dim[3]) + u" Create empty field.");
     return false;
@@ -239,7 +265,7 @@ bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
   const std::int64_t per = rgb ? 3 : bytes, block = (std::int64_t(1) << 20) / per;
   voxelvector<unsigned char> line;   // read into before each use, so never zeroed
   line.resize(std::size_t(std::min(n, block) * per));
-  bool complete = packed::seek(in, offset);
+  bool complete = (!pair || packed::open(in, dataname)) && packed::seek(in, offset);
   // RGB24 holds the three bytes of a voxel together; other types hold three planes.
   for (int c = 0; c < (rgb ? 1 : 3) && complete; ++c) {
     progress::set(c / 3.0, label);
