@@ -6,7 +6,7 @@
 #include "images/image_files.h"
 #include "images/workspace.h"
 #include "library/basics.h"
-#include "lines/cloud.h"
+#include "lines/line_commands.h"
 #include "meshes/mesh.h"
 #include "orientation/diffusion.h"
 #include "orientation/tensorfield.h"
@@ -40,7 +40,7 @@ void register_all(macroengine& m) {
   vector::register_files(m);
   workspace::register_family<tensorfield>(m);
   workspace::register_family<mesh>(m);
-  workspace::register_family<cloud>(m);
+  line::register_commands(m);
 }
 
 }  // namespace qv::app
