@@ -7,6 +7,7 @@
 #include "images/workspace.h"
 #include "library/basics.h"
 #include "lines/line_commands.h"
+#include "lines/line_files.h"
 #include "meshes/mesh.h"
 #include "orientation/diffusion.h"
 #include "orientation/tensorfield.h"
@@ -41,6 +42,7 @@ void register_all(macroengine& m) {
   workspace::register_family<tensorfield>(m);
   workspace::register_family<mesh>(m);
   line::register_commands(m);
+  line::register_files(m);
 }
 
 }  // namespace qv::app

@@ -20,6 +20,12 @@ void textsink::nat(std::int64_t v) {
   put(std::string_view(room, std::size_t(r.ptr - room)));
 }
 
+void textsink::raw(const void* p, std::size_t n) {
+  if (n < limit / 4) return put(std::string_view(static_cast<const char*>(p), n));
+  flush();
+  if (ok && f && std::fwrite(p, 1, n, f) != n) ok = false;
+}
+
 void textsink::flush() {
   if (buffer.empty()) return;
   if (ok && f && std::fwrite(buffer.data(), 1, buffer.size(), f) != buffer.size()) ok = false;

@@ -43,7 +43,7 @@ struct textsink {
   void put(wideview t);                 // as UTF-8
   void real(double v);                  // `real.text` under the number format
   void nat(std::int64_t v);             // plain decimal digits, no grouping
-  void raw(const void* p, std::size_t n) { put(std::string_view(static_cast<const char*>(p), n)); }
+  void raw(const void* p, std::size_t n);   // a large block goes straight to the file
   void flush();
 };
 
