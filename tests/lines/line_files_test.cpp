@@ -43,14 +43,20 @@ void run(macroengine& m, std::u16string_view command, std::u16string_view parame
   macro::dispatch_statement(m, command);
 }
 
+// The engine with every command, and the current cloud emptied.
+cloud& fresh_cloud(macroengine& m) {
+  app::register_all(m);
+  cloud& c = *workspace::current<cloud>();
+  line::clear(c);
+  return c;
+}
+
 }  // namespace
 
 TEST(line_files, open_lines_are_saved_under_repaired_and_the_cloud_counts_as_saved) {
   scratch here;
   macroengine m;
-  app::register_all(m);
-  cloud& c = *workspace::current<cloud>();
-  line::clear(c);
+  cloud& c = fresh_cloud(m);
   const num::hyper a[] = {{1, 2, 0, 0}, {3, 0, 0, 0}};
   line::add_line(c, a, 2, 4);
   line::add_object(c, u"kept");
@@ -71,9 +77,7 @@ TEST(line_files, open_lines_are_saved_under_repaired_and_the_cloud_counts_as_sav
 TEST(line_files, trackvis_header_fields_sit_at_their_offsets) {
   scratch here;
   macroengine m;
-  app::register_all(m);
-  cloud& c = *workspace::current<cloud>();
-  line::clear(c);
+  cloud& c = fresh_cloud(m);
   const num::hyper a[] = {{1.5, 2, 3, 9}, {4, 5, 6, 9}};
   line::add_line(c, a, 2, 0);
   line::add_line(c, a + 1, 1, 0);
@@ -111,9 +115,7 @@ TEST(line_files, trackvis_header_fields_sit_at_their_offsets) {
 TEST(line_files, mel_writes_one_curve_per_line_between_its_header_and_end) {
   scratch here;
   macroengine m;
-  app::register_all(m);
-  cloud& c = *workspace::current<cloud>();
-  line::clear(c);
+  cloud& c = fresh_cloud(m);
   const num::hyper a[] = {{1, 2, 3, 0}, {4, 5, 6, 0}};
   line::add_line(c, a, 2, 0);
   line::add_point(c, {7, 8, 9, 0});   // open: closed under "repaired" first

@@ -30,19 +30,12 @@ void each_line(const cloud& c, wideview title, Fn fn) {
   if (!title.empty()) progress::end(title);
 }
 
-void blank_separated(textsink& out, const double* v, int n, char separator) {
-  for (int i = 0; i < n; ++i) {
-    if (i) out.put(separator);
-    out.real(v[i]);
-  }
-}
-
 }  // namespace
 
 void write_obj(const cloud& c, textsink& out) {
   for (const num::hyper& p : c.points) {
     out.put("v ");
-    blank_separated(out, &p.x, 3, ' ');
+    out.reals(&p.x, 3, ' ');
     out.put('\n');
   }
   out.put("s 1\n");
@@ -101,7 +94,7 @@ void write_mv3d(const cloud& c, textsink& out) {
     for (std::int64_t i = b; i < e; ++i) {
       out.nat(++k);
       out.put('\t');
-      blank_separated(out, &c.points[std::size_t(i)].x, 4, '\t');
+      out.reals(&c.points[std::size_t(i)].x, 4, '\t');
       out.put('\n');
     }
   });
@@ -116,7 +109,7 @@ void write_swc(const cloud& c, textsink& out) {
       out.put(' ');
       out.nat(type);
       out.put(' ');
-      blank_separated(out, &c.points[std::size_t(i)].x, 4, ' ');
+      out.reals(&c.points[std::size_t(i)].x, 4, ' ');
       out.put(' ');
       out.nat(k - 1);
       out.put('\n');

@@ -13,11 +13,7 @@ using lineformat::textsink;
 
 void point_option(textsink& out, const double* p) {
   out.put(" -p ");
-  out.real(p[0]);
-  out.put(' ');
-  out.real(p[1]);
-  out.put(' ');
-  out.real(p[2]);
+  out.reals(p, 3, ' ');
 }
 
 }  // namespace

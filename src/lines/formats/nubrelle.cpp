@@ -77,11 +77,7 @@ void point_text(textsink& out, const num::hyper& p) {
     return;
   }
   const int n = p.t != 0 ? 4 : p.z != 0 ? 3 : p.y != 0 ? 2 : 1;
-  const double v[4] = {p.x, p.y, p.z, p.t};
-  for (int i = 0; i < n; ++i) {
-    if (i) out.put(' ');
-    out.real(v[i]);
-  }
+  out.reals(&p.x, n, ' ');
 }
 
 }  // namespace

@@ -14,6 +14,13 @@ void textsink::real(double v) {
   put(std::string_view(room, real::text_into(v, room)));
 }
 
+void textsink::reals(const double* v, int n, char separator) {
+  for (int i = 0; i < n; ++i) {
+    if (i) put(separator);
+    real(v[i]);
+  }
+}
+
 void textsink::nat(std::int64_t v) {
   char room[24];
   auto r = std::to_chars(room, room + sizeof room, v);

@@ -43,6 +43,7 @@ struct textsink {
   void put(wideview t);                 // as UTF-8
   void real(double v);                  // `real.text` under the number format
   void nat(std::int64_t v);             // plain decimal digits, no grouping
+  void reals(const double* v, int n, char separator);   // `n` reals with `separator` between
   void raw(const void* p, std::size_t n);   // a large block goes straight to the file
   void flush();
 };

@@ -17,13 +17,8 @@ constexpr std::string_view endarray = "\t\t\t\t</DataArray>\n";
 void rows_of_points(textsink& out, const pointview& p, std::int64_t& done, std::int64_t total, wideview title) {
   for (std::int64_t i = 0; i < p.count; ++i) {
     if ((++done & 0xFFFF) == 0) progress::set(double(done) / double(total), title);
-    const double* v = p.at(i);
     out.put("\t\t\t\t\t");
-    out.real(v[0]);
-    out.put(' ');
-    out.real(v[1]);
-    out.put(' ');
-    out.real(v[2]);
+    out.reals(p.at(i), 3, ' ');
     out.put('\n');
   }
 }
