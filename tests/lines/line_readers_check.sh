@@ -5,7 +5,8 @@
 set -u
 exe="$(realpath "$1")"
 py=/usr/bin/python3
-$py -c "import nibabel, numpy, vtk" 2>/dev/null || { echo "skipped: python3-nibabel or python3-vtk9 missing"; exit 77; }
+source "$(dirname "$(readlink -f "$0")")/../skip.sh"
+$py -c "import nibabel, numpy, vtk" 2>/dev/null || reader_missing "python3-nibabel or python3-vtk9 not installed"
 data=$($py -c "import nibabel, os; print(os.path.join(os.path.dirname(nibabel.__file__), 'tests', 'data'))")
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
