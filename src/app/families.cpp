@@ -6,7 +6,8 @@
 #include "images/image_files.h"
 #include "images/workspace.h"
 #include "library/basics.h"
-#include "lines/cloud.h"
+#include "lines/line_commands.h"
+#include "lines/line_files.h"
 #include "meshes/mesh.h"
 #include "orientation/diffusion.h"
 #include "orientation/tensorfield.h"
@@ -25,6 +26,7 @@ void register_all(macroengine& m) {
   library::register_random(m);
   library::register_time(m);
   library::register_number_settings(m);
+  library::register_calculator(m);
   macro::register_dumps(m);   // `dump.`: the last of the command library
   workspace::register_global(m);
   image::register_commands(m);
@@ -39,7 +41,8 @@ void register_all(macroengine& m) {
   vector::register_files(m);
   workspace::register_family<tensorfield>(m);
   workspace::register_family<mesh>(m);
-  workspace::register_family<cloud>(m);
+  line::register_commands(m);
+  line::register_files(m);
 }
 
 }  // namespace qv::app

@@ -3,7 +3,7 @@
 
 #include "images/imagefield.h"
 #include "images/workspace.h"
-#include "lines/cloud.h"
+#include "meshes/mesh.h"
 #include "volumes/scalarfield.h"
 
 using namespace qv;
@@ -63,8 +63,8 @@ TEST_F(workspaces, dump_prints_current_then_every_entry) {
             "  (2):unknown:Z\n"
             "  (3):gray(10x20):G\n"
             "***** dump.image end *****\n");
-  workspace_list<cloud> empty;
-  EXPECT_EQ(captured([&] { workspace::dump(empty); }), "  Cloudlist empty!\n");
+  workspace_list<mesh> empty;
+  EXPECT_EQ(captured([&] { workspace::dump(empty); }), "  Meshlist empty!\n");
 }
 
 TEST_F(workspaces, get_target_refuses_the_current_workspace) {
