@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+
+#include <sys/mman.h>
 
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
@@ -118,6 +121,21 @@ struct bitvolume {
   bool test(voxel v, std::int64_t n) const { return n <= 1 ? get(v) : any(v, n); }
 };
 
+// Room for `more` points. The cloud grows by doubling into blocks that are
+// asked for as huge pages before the first byte is written: tracking fills
+// hundreds of megabytes, and small pages cost a fault each.
+void reserve_points(std::vector<num::hyper>& points, std::size_t more) {
+  if (points.capacity() - points.size() >= more) return;
+  std::vector<num::hyper> fresh;
+  fresh.reserve(std::max({points.capacity() * 2, points.size() + more, std::size_t(1) << 16}));
+  const std::uintptr_t page = std::uintptr_t(1) << 21, begin = std::uintptr_t(fresh.data()),
+                       first = (begin + page - 1) & ~(page - 1),
+                       end = (begin + fresh.capacity() * sizeof(num::hyper)) & ~(page - 1);
+  if (end > first) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
+  fresh.insert(fresh.end(), points.begin(), points.end());
+  points.swap(fresh);
+}
+
 // The grey value at a global position by the scalar's own frame; background outside.
 std::int64_t grey_at(const scalarfield& f, vec p) {
   const framemath::natvector i = g2l(f.frame, {p.x, p.y, p.z});
@@ -187,7 +205,6 @@ struct tracker {
   bitvolume visited;
   std::vector<vec> forward, backward;
   std::vector<voxel> collected;
-  bool stored = false;
   result r;
 
   tracker(const T* data, const geometry& geo, const settings& set, const seedplan& p, cloud& cl, const scalarfield* contrast)
@@ -213,7 +230,14 @@ struct tracker {
     return l1 - l2 <= 2 * s.steps && l1 * l2 != 0;
   }
 
-  void put(vec p) { line::add_point(c, {p.x, p.y, p.z, 0}); }
+  // Points of the line being stored; they reach the cloud in one piece.
+  std::vector<num::hyper> pending;
+  void put(vec p) { pending.push_back({p.x, p.y, p.z, 0}); }
+  void flush() {
+    reserve_points(c.points, pending.size());
+    line::add_line(c, pending.data(), std::int64_t(pending.size()), r.tried);
+    pending.clear();
+  }
 
   // Sets the collected voxels, joined pair by pair by the 16.16 line walk.
   void join() {
@@ -236,7 +260,6 @@ struct tracker {
       const voxel v = g.to_voxel(*i);
       if (visited.test(v, s.snakes)) break;
       put(*i);
-      stored = true;
       collected.push_back(v);
     }
     join();
@@ -244,10 +267,9 @@ struct tracker {
 
   void store() {
     if (s.seeds > 0 && s.snakes > 0) {
-      stored = false;
       snake(backward.rbegin(), backward.rend());
       snake(forward.begin(), forward.end());
-      if (stored) line::close_line(c, r.tried);
+      flush();   // nothing when no point was stored
       return;
     }
     for (auto i = backward.rbegin(); i != backward.rend(); ++i) put(*i);
@@ -258,7 +280,7 @@ struct tracker {
       for (const vec& p : forward) collected.push_back(g.to_voxel(p));
       join();
     }
-    line::close_line(c, r.tried);
+    flush();
   }
 
   // A seed at global `pos` whose voxel is `v`: the visited test, both halves, the tests, the line.
