@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <thread>
 #include <cstdint>
 
 #include <sys/mman.h>
@@ -148,6 +149,23 @@ double polygon_length(const std::vector<vec>& p) {
   return sum;
 }
 
+// The muscle test: the forward half (L1) may not be longer than the backward
+// half with its gap to the seed (L2) by more than two steps; neither may be 0.
+bool muscle_ok(const std::vector<vec>& forward, const std::vector<vec>& backward, double steps) {
+  const double l1 = forward.size() < 2 ? 0 : polygon_length(forward);
+  double l2 = 0;
+  if (forward.size() > 1 && !backward.empty())
+    l2 = num::length(num::sub(forward.front(), backward.front())) + polygon_length(backward);
+  return l1 - l2 <= 2 * steps && l1 * l2 != 0;
+}
+
+// Lines of a run of seeds traced by one worker, in seed order.
+struct tracedlines {
+  std::vector<num::hyper> points;
+  std::vector<std::int64_t> sizes, materials;
+  std::vector<vec> forward, backward;
+};
+
 // The walk of one half from a seed over the field's elements T.
 template <typename T>
 struct walker {
@@ -222,14 +240,6 @@ struct tracker {
     return d.x == 0 && d.y == 0 && d.z == 0;
   }
 
-  bool muscle_ok() const {
-    const double l1 = forward.size() < 2 ? 0 : polygon_length(forward);
-    double l2 = 0;
-    if (forward.size() > 1 && !backward.empty())
-      l2 = num::length(num::sub(forward.front(), backward.front())) + polygon_length(backward);
-    return l1 - l2 <= 2 * s.steps && l1 * l2 != 0;
-  }
-
   // Points of the line being stored; they reach the cloud in one piece.
   std::vector<num::hyper> pending;
   void put(vec p) { pending.push_back({p.x, p.y, p.z, 0}); }
@@ -290,9 +300,60 @@ struct tracker {
     w.half(pos, 1, forward);
     w.half(pos, -1, backward);
     if (forward.size() + backward.size() <= 1) return;
-    if (plan.muscle && !muscle_ok()) return;
+    if (plan.muscle && !muscle_ok(forward, backward, s.steps)) return;
     ++r.found;
     store();
+  }
+
+  // Without a visited test no seed depends on another: seeds are gathered in
+  // blocks, traced by `workers` threads over consecutive runs of the block, and
+  // the lines are appended in seed order, so the cloud is the same for any count.
+  std::int64_t workers = 1;
+  std::vector<vec> block;
+  std::vector<tracedlines> traced;
+  static constexpr std::size_t blocksize = 8192;
+
+  void trace_run(tracedlines& out, std::size_t from, std::size_t to, std::int64_t base) const {
+    for (std::size_t k = from; k < to; ++k) {
+      w.half(block[k], 1, out.forward);
+      w.half(block[k], -1, out.backward);
+      if (out.forward.size() + out.backward.size() <= 1) continue;
+      if (plan.muscle && !muscle_ok(out.forward, out.backward, s.steps)) continue;
+      for (auto i = out.backward.rbegin(); i != out.backward.rend(); ++i) out.points.push_back({i->x, i->y, i->z, 0});
+      for (const vec& p : out.forward) out.points.push_back({p.x, p.y, p.z, 0});
+      out.sizes.push_back(std::int64_t(out.forward.size() + out.backward.size()));
+      out.materials.push_back(base + std::int64_t(k) + 1);
+    }
+  }
+  void drain() {
+    const std::size_t n = block.size();
+    if (n == 0) return;
+    const std::size_t parts = std::size_t(std::clamp<std::int64_t>(workers, 1, std::int64_t(n)));
+    traced.resize(std::max(traced.size(), parts));
+    const std::int64_t base = r.tried;
+    std::vector<std::thread> pool;
+    for (std::size_t t = 0; t < parts; ++t) {
+      tracedlines& out = traced[t];
+      out.points.clear(), out.sizes.clear(), out.materials.clear();
+      const std::size_t from = n * t / parts, to = n * (t + 1) / parts;
+      if (t + 1 < parts) pool.emplace_back([this, &out, from, to, base] { trace_run(out, from, to, base); });
+      else trace_run(out, from, to, base);
+    }
+    for (std::thread& t : pool) t.join();
+    r.tried += std::int64_t(n);
+    for (std::size_t t = 0; t < parts; ++t) {
+      const tracedlines& out = traced[t];
+      reserve_points(c.points, out.points.size());
+      const num::hyper* p = out.points.data();
+      for (std::size_t l = 0; l < out.sizes.size(); p += out.sizes[l], ++l) line::add_line(c, p, out.sizes[l], out.materials[l]);
+      r.found += std::int64_t(out.sizes.size());
+    }
+    block.clear();
+  }
+  void take(vec pos, voxel v) {
+    if (s.seeds > 0 || workers < 2) return seed(pos, v);
+    block.push_back(pos);
+    if (block.size() == blocksize) drain();
   }
 
   void all_voxels() {
@@ -302,7 +363,7 @@ struct tracker {
         for (std::int64_t x = 1; x < g.nx; ++x) {
           const voxel v{x, y, z};
           if (masked_out(v) || zero(v)) continue;
-          seed(g.to_global({double(x), double(y), double(z)}), v);
+          take(g.to_global({double(x), double(y), double(z)}), v);
         }
     }
     progress::end(u"Calculate stream lines");
@@ -322,7 +383,7 @@ struct tracker {
              std::clamp<std::int64_t>(round_even(p.z), 1, g.nz)};
         ok = !masked_out(v) && !zero(v);
       }
-      if (ok) seed(g.to_global(p), v);
+      if (ok) take(g.to_global(p), v);
     }
   }
 
@@ -340,7 +401,7 @@ struct tracker {
         const vec l = num::add(num::add(p, num::mul(e1, double(b))), num::mul(e2, double(a)));
         const voxel v{round_even(l.x), round_even(l.y), round_even(l.z)};
         if (!g.inside(v) || masked_out(v) || zero(v)) continue;
-        seed(g.to_global(l), v);
+        take(g.to_global(l), v);
       }
     }
     progress::end(u"Calculate stream lines");
@@ -352,6 +413,7 @@ struct tracker {
       case seedrule::random: random_seeds(); break;
       case seedrule::plane: plane_seeds(); break;
     }
+    drain();
   }
 };
 
@@ -361,13 +423,15 @@ bool usable(const vectorfield& f) {
 
 }  // namespace
 
-result run(const vectorfield& f, cloud& c, const seedplan& plan, const settings& s, const scalarfield* contrast) {
+result run(const vectorfield& f, cloud& c, const seedplan& plan, const settings& s, const scalarfield* contrast,
+           std::int64_t threads) {
   result r;
   if (!usable(f)) return r;
   const geometry g(f, s);
   const std::int64_t firstline = std::int64_t(c.lines.size());
   vector::with_elements(f, [&](const auto* data, std::int64_t) {
     tracker t(data, g, s, plan, c, contrast);
+    t.workers = threads;
     t.go();
     r = t.r;
   });

@@ -46,7 +46,10 @@ struct result {
 // Tracks the field into the cloud by the plan; lines are appended and, when
 // any was found, put under an object "Streamlines" with the field's frame.
 // `contrast` is the scalar read by the contrast stop (may be null when it is off).
-result run(const vectorfield& f, cloud& c, const seedplan& plan, const settings& s, const scalarfield* contrast);
+// Without a visited test (`seeds` 0) up to `threads` workers trace; the cloud
+// is the same for every count.
+result run(const vectorfield& f, cloud& c, const seedplan& plan, const settings& s, const scalarfield* contrast,
+           std::int64_t threads = 1);
 
 // `vector.stream.nodes`: the all-voxel walk adding 1 along each line's voxels in `target`.
 bool nodes(const vectorfield& f, scalarfield& target, const settings& s);

@@ -3,6 +3,7 @@
 
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
+#include "foundation/threads.h"
 #include "lines/cloud.h"
 #include "lines/line_commands.h"
 #include "lines/stream.h"
@@ -56,11 +57,11 @@ bool read_mask(macroengine& m, std::size_t first, seedplan& plan) {
   return true;
 }
 
-void track(seedplan& plan) {
+void track(macroengine& m, seedplan& plan) {
   const vectorfield* f = workspace::current<vectorfield>();
   cloud* c = workspace::current<cloud>();
   if (!f || !c) return;
-  run(*f, *c, plan, current, &scalar::current());
+  run(*f, *c, plan, current, &scalar::current(), threads::max_from_text(macro::var_get(m, u"thread.max")));
 }
 
 // The parameter layout of a command: how many lead parameters, whether a mask follows.
@@ -91,7 +92,7 @@ void stream_cmd(macroengine& m) {
     plan.normal = {axis == 0 ? 1.0 : 0, axis == 1 ? 1.0 : 0, axis == 2 ? 1.0 : 0};
   }
   if (mask && !read_mask(m, lead + 1, plan)) return;
-  track(plan);
+  track(m, plan);
 }
 
 void nodes_cmd(macroengine&) {

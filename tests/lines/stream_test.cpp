@@ -164,6 +164,29 @@ TEST(stream, muscle_test_keeps_lines_whose_forward_half_is_not_longer) {
   EXPECT_EQ(r.found, 81 * 5);
 }
 
+// Without a visited test seeds are traced in parallel; the cloud must not change.
+TEST(stream, clouds_are_the_same_for_any_number_of_workers) {
+  vectorfield f = field(24);
+  for (std::int64_t z = 1; z <= 24; ++z)
+    for (std::int64_t y = 1; y <= 24; ++y)
+      for (std::int64_t x = 1; x <= 24; ++x)
+        vector::set(f, x, y, z, (x * 7 + y * 3 + z) % 5 == 0 ? framemath::vector{} : framemath::vector{double(y % 3) - 1, 1, double(x % 4) * 0.3});
+  stream::settings s;
+  s.seeds = 0;
+  s.angles = 0;
+  stream::seedplan plan;
+  plan.muscle = true;
+  cloud one, three;
+  testing::internal::CaptureStdout();
+  const stream::result a = stream::run(f, one, plan, s, nullptr, 1);
+  const stream::result b = stream::run(f, three, plan, s, nullptr, 3);
+  testing::internal::GetCapturedStdout();
+  EXPECT_GT(a.found, 100);
+  EXPECT_EQ(a.found, b.found);
+  EXPECT_EQ(a.tried, b.tried);
+  EXPECT_EQ(text_of(one), text_of(three));
+}
+
 TEST(stream, nodes_count_lines_through_each_voxel) {
   vectorfield f = field(4);
   for (std::int64_t x = 1; x <= 4; ++x) vector::set(f, x, 1, 1, {1, 0, 0});
