@@ -39,6 +39,7 @@ void register_all(macroengine& m) {
   workspace::register_family<vectorfield>(m);
   vector::register_commands(m);
   vector::register_files(m);
+  line::register_stream(m);
   workspace::register_family<tensorfield>(m);
   workspace::register_family<mesh>(m);
   line::register_commands(m);

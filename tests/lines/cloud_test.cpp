@@ -2,28 +2,12 @@
 #include <gtest/gtest.h>
 #include <string>
 #include "lines/cloud.h"
+#include "cloud_text.h"
 
 using namespace qv;
+using testing_text::text_of;
 
 namespace {
-
-// One text line per point "x y z t", "/m" after each closed line with material m,
-// "object name" after each closed object; open parts simply end the text.
-std::string text_of(const cloud& c) {
-  std::string s;
-  auto num = [](double v) { return std::to_string(std::int64_t(v)); };
-  for (std::int64_t o = 1; o <= line::object_count(c) || (o == 1 && line::line_count(c) > 0); ++o) {
-    for (std::int64_t l = line::object_first(c, o); l <= line::object_last(c, o); ++l) {
-      for (std::int64_t i = 1; i <= line::line_size(c, l); ++i) {
-        num::hyper p = line::get_point(c, l, i);
-        s += num(p.x) + " " + num(p.y) + " " + num(p.z) + " " + num(p.t) + "\n";
-      }
-      if (l < std::int64_t(c.lines.size())) s += "/" + std::to_string(c.materials[l - 1]) + "\n";
-    }
-    if (o < std::int64_t(c.objects.size())) s += "object " + text::utf8(c.names[o - 1]) + "\n";
-  }
-  return s;
-}
 
 cloud three_lines() {
   cloud c;
