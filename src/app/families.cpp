@@ -7,7 +7,7 @@
 #include "images/workspace.h"
 #include "library/basics.h"
 #include "lines/cloud.h"
-#include "meshes/mesh.h"
+#include "meshes/mesh_commands.h"
 #include "orientation/diffusion.h"
 #include "orientation/tensorfield.h"
 #include "orientation/vector_commands.h"
@@ -38,7 +38,7 @@ void register_all(macroengine& m) {
   vector::register_commands(m);
   vector::register_files(m);
   workspace::register_family<tensorfield>(m);
-  workspace::register_family<mesh>(m);
+  meshes::register_commands(m);
   workspace::register_family<cloud>(m);
 }
 

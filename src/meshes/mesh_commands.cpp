@@ -1,0 +1,10 @@
+// mesh_commands.cpp: handlers and table of the mesh family's own commands.
+#include "meshes/mesh_commands.h"
+
+#include "meshes/mesh.h"
+
+namespace qv::meshes {
+
+void register_commands(macroengine& m) { workspace::register_family<mesh>(m); }
+
+}  // namespace qv::meshes
