@@ -2,9 +2,13 @@
 #include "meshes/mesh_commands.h"
 
 #include "meshes/mesh.h"
+#include "meshes/surface.h"
 
 namespace qv::meshes {
 
-void register_commands(macroengine& m) { workspace::register_family<mesh>(m); }
+void register_commands(macroengine& m) {
+  workspace::register_family<mesh>(m);
+  register_surface(m);
+}
 
 }  // namespace qv::meshes
