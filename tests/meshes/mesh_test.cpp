@@ -5,6 +5,7 @@
 #include <random>
 
 #include "meshes/mesh.h"
+#include "meshes/mesh_edit.h"
 
 using namespace qv;
 using v3 = num::vector;
@@ -156,4 +157,45 @@ TEST(mesh, a_million_triangles_of_a_grid_merge_quickly) {
     }
   EXPECT_EQ(meshes::point_count(m), std::int64_t(n) * n);
   EXPECT_EQ(meshes::face_count(m), 2 * std::int64_t(n - 1) * (n - 1));
+}
+
+TEST(mesh_edit, a_mirror_keeps_faces_facing_out_and_normals_follow) {
+  fresh f;
+  mesh m;
+  meshes::add_triangle(m, {0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 1}, {0, 0, 1}, black);
+  meshes::transform(m, matrix::from_rows({-1, 0, 0}, {0, 1, 0}, {0, 0, 1}), {}, {});
+  EXPECT_EQ(m.points[1].x, -1);
+  EXPECT_EQ(m.normals[0].z, 1);   // upright on the plane still
+  // The winding turned, so the face's normal by its corners is still +z.
+  const face& t = m.faces[0];
+  num::vector n = vector::cross(num::sub(meshes::point(m, t.p2), meshes::point(m, t.p1)),
+                                num::sub(meshes::point(m, t.p3), meshes::point(m, t.p1)));
+  EXPECT_GT(n.z, 0);
+  EXPECT_EQ(t.p4, t.p3);
+}
+
+TEST(mesh_edit, three_points_place_the_first_at_the_origin_and_the_second_on_x) {
+  fresh f;
+  mesh m;
+  meshes::add_triangle(m, {1, 1, 1}, {1, 3, 1}, {0, 1, 1}, black);
+  meshes::placement p = meshes::three_point({1, 1, 1}, {1, 3, 1}, {0, 1, 1});
+  meshes::transform(m, p.turn, p.from, {});
+  EXPECT_NEAR(m.points[0].x, 0, 1e-12);
+  EXPECT_NEAR(m.points[1].x, 2, 1e-12);
+  EXPECT_NEAR(m.points[1].y, 0, 1e-12);
+  EXPECT_NEAR(m.points[2].y, 1, 1e-12);   // the third in the xy plane, y >= 0
+  EXPECT_NEAR(m.points[2].z, 0, 1e-12);
+}
+
+TEST(mesh_edit, rotation_about_z_turns_x_into_y_and_smoothing_pulls_a_spike_in) {
+  num::vector v = matrix::apply({1, 0, 0}, meshes::rotation_xyz({0, 0, num::pi / 2}));
+  EXPECT_NEAR(v.x, 0, 1e-12);
+  EXPECT_NEAR(v.y, 1, 1e-12);
+  fresh f;
+  mesh m;
+  meshes::add_triangle(m, {0, 0, 0}, {1, 0, 0}, {0, 0, 9}, black);
+  meshes::add_triangle(m, {1, 0, 0}, {1, 1, 0}, {0, 0, 9}, black);
+  meshes::smooth(m, 1, 0.5);
+  EXPECT_LT(m.points[2].z, 9);
+  EXPECT_GT(m.points[2].z, 0);
 }
