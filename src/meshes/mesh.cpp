@@ -168,6 +168,16 @@ void add_quad(mesh& m, num::vector a, num::vector b, num::vector c, num::vector 
 
 std::int64_t find_point(mesh& m, num::vector p) { return lookup(m, p); }
 
+void reserve(mesh& m, std::int64_t points, std::int64_t faces) {
+  if (points < 0 || faces < 0) return;
+  const std::size_t np = m.points.size() + std::size_t(points);
+  m.points.reserve(np);
+  m.normals.reserve(np);
+  m.adjacency.reserve(np);
+  m.faces.reserve(m.faces.size() + std::size_t(faces));
+  if (m.index.slots.size() < 2 * np) index_rebuild(m.index, m.points, np);
+}
+
 num::vector point(const mesh& m, std::int64_t i) { return read_at(m.points, i); }
 void point(mesh& m, std::int64_t i, num::vector v) {
   if (i < 1 || i > point_count(m)) return;

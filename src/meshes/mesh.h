@@ -68,6 +68,9 @@ void add_quad(mesh& m, num::vector a, num::vector b, num::vector c, num::vector 
               num::vector nb, num::vector nc, num::vector nd, num::hyper color);
 void add_triangle(mesh& m, num::vector a, num::vector b, num::vector c, num::hyper color);
 void add_quad(mesh& m, num::vector a, num::vector b, num::vector c, num::vector d, num::hyper color);   // `triangles` unchanged
+// Room for this many more points (with normals) and faces, and a point index
+// sized for them, so that a large surface is added without regrowing.
+void reserve(mesh& m, std::int64_t points, std::int64_t faces);
 // The index a corner would merge into, or 0 for a new point (no change to the mesh).
 std::int64_t find_point(mesh& m, num::vector p);
 

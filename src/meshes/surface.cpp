@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <thread>
 #include <vector>
@@ -27,6 +28,18 @@ struct wordreader {
       return 0;
     return data[(x - 1) + w * (y - 1) + slice * (z - 1)];
   }
+  // The eight corners of the cube based at (x, y, z), in the table's order;
+  // a cube wholly inside the field reads them straight from the array.
+  void cube(std::int64_t x, std::int64_t y, std::int64_t z, std::int64_t v[8]) const {
+    if (x >= 1 && y >= 1 && z >= 1 && x < w && y < h && z < d) {
+      const T* p = data + (x - 1) + w * (y - 1) + slice * (z - 1);
+      v[0] = p[0], v[1] = p[1], v[2] = p[w + 1], v[3] = p[w];
+      p += slice;
+      v[4] = p[0], v[5] = p[1], v[6] = p[w + 1], v[7] = p[w];
+      return;
+    }
+    for (int c = 0; c < 8; ++c) v[c] = at(x + cube_corner[c][0], y + cube_corner[c][1], z + cube_corner[c][2]);
+  }
 };
 struct monoreader {   // bit i%8 of byte i/8
   const std::uint8_t* bits;
@@ -37,6 +50,9 @@ struct monoreader {   // bit i%8 of byte i/8
       return 0;
     const std::int64_t i = (x - 1) + w * (y - 1) + slice * (z - 1);
     return (bits[i >> 3] >> (i & 7)) & 1;
+  }
+  void cube(std::int64_t x, std::int64_t y, std::int64_t z, std::int64_t v[8]) const {
+    for (int c = 0; c < 8; ++c) v[c] = at(x + cube_corner[c][0], y + cube_corner[c][1], z + cube_corner[c][2]);
   }
 };
 
@@ -90,9 +106,14 @@ struct coarsegrid {
   }
 };
 
+// A triangle as the lattice points of its corners, already in the order of
+// adding; positions and normals follow from them when the mesh takes it.
 struct facet {
-  num::vector p[3], n[3];
-  num::hyper color;
+  std::int32_t p[3][3];
+};
+struct slicefacets {
+  std::vector<facet> facets;
+  std::vector<num::hyper> colors;   // one per facet in the `.color` forms, else empty
 };
 
 struct surfacejob {
@@ -128,52 +149,61 @@ std::int64_t density(const R& r, const surfacejob& job, std::int64_t x, std::int
 // One cube with corner 0 at voxel (x, y, z); its triangles go to `out`.
 template <typename R>
 void cube_step(const R& r, const surfacejob& job, std::int64_t x, std::int64_t y, std::int64_t z,
-               std::vector<facet>& out) {
+               slicefacets& out) {
   std::int64_t v[8];
   unsigned index = 0;
-  for (int c = 0; c < 8; ++c) {
-    const std::int64_t px = x + cube_corner[c][0], py = y + cube_corner[c][1], pz = z + cube_corner[c][2];
-    if (job.kind == surfacekind::smooth) {
-      v[c] = density(r, job, px, py, pz);
+  if (job.kind == surfacekind::smooth) {
+    for (int c = 0; c < 8; ++c) {
+      v[c] = density(r, job, x + cube_corner[c][0], y + cube_corner[c][1], z + cube_corner[c][2]);
       index |= v[c] > 127 ? 1u << c : 0u;
-    } else {
-      v[c] = r.at(px, py, pz);
-      index |= job.inside(v[c]) ? 1u << c : 0u;
     }
+  } else {
+    r.cube(x, y, z, v);
+    for (int c = 0; c < 8; ++c) index |= job.inside(v[c]) ? 1u << c : 0u;
   }
   const unsigned edges = cube_edges[index];
   if (edges == 0) return;
   const double level = job.kind == surfacekind::weak ? double(job.lo) : 128.0;
-  num::vector point[12], normal[12];
+  std::int32_t point[12][3];
   for (int e = 0; e < 12; ++e) {
     if (!(edges & (1u << e))) continue;
     const int a = cube_edge[e][0], b = cube_edge[e][1];
     double t = 0.5;
     if (job.kind != surfacekind::plain && v[a] != v[b]) t = (level - double(v[a])) / double(v[b] - v[a]);
     // Every vertex snaps to the lattice (half to even); t only picks the corner.
-    const std::int64_t rx = std::int64_t(std::nearbyint(double(x + cube_corner[a][0]) + t * cube_direction[e][0]));
-    const std::int64_t ry = std::int64_t(std::nearbyint(double(y + cube_corner[a][1]) + t * cube_direction[e][1]));
-    const std::int64_t rz = std::int64_t(std::nearbyint(double(z + cube_corner[a][2]) + t * cube_direction[e][2]));
-    const num::vector grad{double(r.at(rx - 1, ry, rz) - r.at(rx + 1, ry, rz)),
-                           double(r.at(rx, ry - 1, rz) - r.at(rx, ry + 1, rz)),
-                           double(r.at(rx, ry, rz - 1) - r.at(rx, ry, rz + 1))};
-    point[e] = job.global(double(rx), double(ry), double(rz));
-    normal[e] = job.global_direction(num::norm(grad));
+    point[e][0] = std::int32_t(std::nearbyint(double(x + cube_corner[a][0]) + t * cube_direction[e][0]));
+    point[e][1] = std::int32_t(std::nearbyint(double(y + cube_corner[a][1]) + t * cube_direction[e][1]));
+    point[e][2] = std::int32_t(std::nearbyint(double(z + cube_corner[a][2]) + t * cube_direction[e][2]));
   }
   num::hyper color{};
   if (job.colors) {
     framemath::vector c = vector::get(*job.colors, x, y, z);
     color = {c.x / 255, c.y / 255, c.z / 255, 0};
   }
+  auto same = [&](int a, int b) { return std::memcmp(point[a], point[b], sizeof point[a]) == 0; };
   const std::int8_t* row = cube_triangles[index];
   for (int k = 0; k < 15 && row[k] >= 0; k += 3) {
     const int e0 = row[k], e1 = row[k + 1], e2 = row[k + 2];
-    if (!num::notequal(point[e0], point[e1]) || !num::notequal(point[e1], point[e2]) ||
-        !num::notequal(point[e0], point[e2]))
-      continue;   // collapsed by the snapping
+    if (same(e0, e1) || same(e1, e2) || same(e0, e2)) continue;   // collapsed by the snapping
     // Third, second, first: the table's winding turned around.
-    out.push_back({{point[e2], point[e1], point[e0]}, {normal[e2], normal[e1], normal[e0]}, color});
+    facet f;
+    std::memcpy(f.p[0], point[e2], sizeof f.p[0]);
+    std::memcpy(f.p[1], point[e1], sizeof f.p[1]);
+    std::memcpy(f.p[2], point[e0], sizeof f.p[2]);
+    out.facets.push_back(f);
+    if (job.colors) out.colors.push_back(color);
   }
+}
+
+// The global position of a lattice point and the normal there: the central
+// difference of the raw values, pointing to lower values, carried through the matrix.
+template <typename R>
+void vertex(const R& r, const surfacejob& job, const std::int32_t* p, num::vector& position, num::vector& normal) {
+  const std::int64_t x = p[0], y = p[1], z = p[2];
+  const num::vector grad{double(r.at(x - 1, y, z) - r.at(x + 1, y, z)), double(r.at(x, y - 1, z) - r.at(x, y + 1, z)),
+                         double(r.at(x, y, z - 1) - r.at(x, y, z + 1))};
+  position = job.global(double(x), double(y), double(z));
+  normal = job.global_direction(num::norm(grad));
 }
 
 template <typename R>
@@ -189,7 +219,7 @@ void mark_inside(const R& r, const surfacejob& job, coarsegrid& grid) {
 }
 
 template <typename R>
-void surface_slice(const R& r, const surfacejob& job, std::int64_t z, std::vector<facet>& out) {
+void surface_slice(const R& r, const surfacejob& job, std::int64_t z, slicefacets& out) {
   for (std::int64_t y = 0; y <= job.h + 1; ++y)
     for (std::int64_t x = 0; x <= job.w + 1; ++x)
       if (job.grid->cells[std::size_t(job.grid->cell(x, y, z))] != 0) cube_step(r, job, x, y, z, out);
@@ -197,9 +227,9 @@ void surface_slice(const R& r, const surfacejob& job, std::int64_t z, std::vecto
 
 // Slices 0..d+1 by up to `threads` workers, each slice into its own list.
 template <typename R>
-std::vector<std::vector<facet>> surface_slices(const R& r, const surfacejob& job, std::int64_t threads) {
+std::vector<slicefacets> surface_slices(const R& r, const surfacejob& job, std::int64_t threads) {
   const std::int64_t count = job.d + 2;
-  std::vector<std::vector<facet>> slices(static_cast<std::size_t>(count));
+  std::vector<slicefacets> slices(static_cast<std::size_t>(count));
   std::atomic<std::int64_t> next{0}, done{0};
   auto work = [&] {
     for (std::int64_t z; (z = next.fetch_add(1)) < count;) {
@@ -216,14 +246,19 @@ std::vector<std::vector<facet>> surface_slices(const R& r, const surfacejob& job
   return slices;
 }
 
-void add_facets(mesh& m, const std::vector<std::vector<facet>>& slices) {
-  std::size_t total = 0;
-  for (const auto& s : slices) total += s.size();
-  m.faces.reserve(m.faces.size() + total);
-  m.points.reserve(m.points.size() + total / 2 + 16);
-  m.normals.reserve(m.normals.size() + total / 2 + 16);
-  for (const auto& s : slices)
-    for (const facet& f : s) add_triangle(m, f.p[0], f.p[1], f.p[2], f.n[0], f.n[1], f.n[2], f.color);
+// The main thread adds the slices in z order, as one pass over the field would.
+template <typename R>
+void add_facets(mesh& m, const R& r, const surfacejob& job, const std::vector<slicefacets>& slices) {
+  std::int64_t total = 0;
+  for (const slicefacets& s : slices) total += std::int64_t(s.facets.size());
+  reserve(m, total / 2 + 16, total);
+  num::vector p[3], n[3];
+  for (const slicefacets& s : slices)
+    for (std::size_t i = 0; i < s.facets.size(); ++i) {
+      for (int k = 0; k < 3; ++k) vertex(r, job, s.facets[i].p[k], p[k], n[k]);
+      if (!num::notequal(p[0], p[1]) || !num::notequal(p[1], p[2]) || !num::notequal(p[0], p[2])) continue;
+      add_triangle(m, p[0], p[1], p[2], n[0], n[1], n[2], s.colors.empty() ? num::hyper{} : s.colors[i]);
+    }
 }
 
 surfacejob make_job(const scalarfield& f, surfacekind kind, std::int64_t lo, std::int64_t hi, const vectorfield* colors) {
@@ -241,7 +276,7 @@ void surface_field(mesh& m, const scalarfield& f, surfacekind kind, std::int64_t
     coarsegrid grid(f.width, f.height, f.depth);
     mark_inside(r, job, grid);
     job.grid = &grid;
-    add_facets(m, surface_slices(r, job, threads));
+    add_facets(m, r, job, surface_slices(r, job, threads));
   });
   if (job.colors) update_point_color(m);
 }
