@@ -194,3 +194,32 @@ TEST(surface, cube_of_two_neighbours_shares_the_inner_face_corners) {
   for (const num::vector& p : m.points) full = full || p.x == 1.5;
   EXPECT_TRUE(full);
 }
+
+TEST(surface, colour_forms_take_the_vector_at_the_base_voxel_over_255) {
+  scalarfield f = field(5, {{3, 3, 3, 1}});
+  vectorfield v;
+  vector::create_field(v, 88, 5, 5, 5);
+  for (std::int64_t z = 1; z <= 5; ++z)
+    for (std::int64_t y = 1; y <= 5; ++y)
+      for (std::int64_t x = 1; x <= 5; ++x) vector::set(v, x, y, z, {51, 102, 255});
+  meshes::forget_last_face();
+  mesh m;
+  testing::internal::CaptureStdout();
+  meshes::surface_field(m, f, surfacekind::plain, 1, 1, &v, 2);
+  std::string out = testing::internal::GetCapturedStdout();
+  ASSERT_EQ(meshes::face_count(m), 8);
+  // The cube based at (2,2,2) reads the vector there; the one based at (3,3,3) too.
+  EXPECT_DOUBLE_EQ(m.faces[0].color.x, 0.2);
+  EXPECT_DOUBLE_EQ(m.faces[0].color.z, 1.0);
+  EXPECT_EQ(m.faces[0].color.t, 1);
+  EXPECT_NE(out.find("Update point color"), std::string::npos);
+  EXPECT_DOUBLE_EQ(meshes::point_color(m, 1).y, 0.4);
+  // An empty vector field gives the plain black surface.
+  vectorfield none;
+  mesh plain;
+  testing::internal::CaptureStdout();
+  meshes::surface_field(plain, f, surfacekind::plain, 1, 1, &none, 1);
+  testing::internal::GetCapturedStdout();
+  EXPECT_EQ(plain.faces[0].color.x, 0);
+  EXPECT_TRUE(plain.colors.empty());
+}
