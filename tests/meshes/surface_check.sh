@@ -5,7 +5,8 @@
 # Skips (77) without the readers or while the program has no mesh writer.
 set -u
 prog=$(readlink -f "$1")
-/usr/bin/python3 -c "import nibabel, numpy, meshio, vtk" 2>/dev/null || { echo "skipped: nibabel, meshio or vtk missing"; exit 77; }
+source "$(dirname "$(readlink -f "$0")")/../skip.sh"
+/usr/bin/python3 -c "import nibabel, numpy, meshio, vtk" 2>/dev/null || reader_missing "python3-nibabel, python3-meshio or python3-vtk9 not installed"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 cd "$dir"
