@@ -8,7 +8,7 @@ packages=(
   python3                                   # whole-macro test runner
   pngcheck libtiff-tools netpbm python3-pil # third-party readers of our image files
   python3-nibabel                           # third-party reader of our volume and .trk files
-  python3-vtk9                              # third-party reader of our .vtp and OBJ line files
+  python3-meshio python3-vtk9               # third-party readers of our mesh, .vtp and OBJ files
   libfreeimage3 libmagickwand-6.q16-6       # optional image libraries, loaded at run time
 )
 missing=()

@@ -8,7 +8,7 @@
 #include "library/basics.h"
 #include "lines/line_commands.h"
 #include "lines/line_files.h"
-#include "meshes/mesh.h"
+#include "meshes/mesh_commands.h"
 #include "orientation/diffusion.h"
 #include "orientation/tensorfield.h"
 #include "orientation/vector_commands.h"
@@ -41,7 +41,7 @@ void register_all(macroengine& m) {
   vector::register_files(m);
   line::register_stream(m);
   workspace::register_family<tensorfield>(m);
-  workspace::register_family<mesh>(m);
+  meshes::register_commands(m);
   line::register_commands(m);
   line::register_files(m);
 }
