@@ -25,6 +25,7 @@ void register_all(macroengine& m) {
   library::register_random(m);
   library::register_time(m);
   library::register_number_settings(m);
+  library::register_calculator(m);
   macro::register_dumps(m);   // `dump.`: the last of the command library
   workspace::register_global(m);
   image::register_commands(m);

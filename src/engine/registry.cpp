@@ -101,23 +101,23 @@ void prefix_set(macroengine& m, std::string_view prefix) { m.prefix = text::lowe
 void prefix_clear(macroengine& m) { m.prefix.clear(); }
 
 void register_plain(macroengine& m, std::string_view name, handler h) {
-  add_row(m, text::ascii(name), regclass::procedure, form_plain, h, nullptr, 0);
+  add_row(m, text::from_utf8(name), regclass::procedure, form_plain, h, nullptr, 0);
 }
 void register_procedure(macroengine& m, std::string_view name, handler h) {
-  add_row(m, text::ascii(name), regclass::procedure, form_engine, h, nullptr, 0);
+  add_row(m, text::from_utf8(name), regclass::procedure, form_engine, h, nullptr, 0);
 }
 void register_function(macroengine& m, std::string_view name, handler h) {
-  add_row(m, text::ascii(name), regclass::function, form_engine, h, nullptr, 0);
+  add_row(m, text::from_utf8(name), regclass::function, form_engine, h, nullptr, 0);
 }
 void register_both(macroengine& m, std::string_view name, handler statement, handler function) {
   register_procedure(m, name, statement);
   register_function(m, name, function);
 }
 void register_variable(macroengine& m, std::string_view name, handler h) {
-  add_row(m, text::ascii(name), regclass::variable, form_engine, h, nullptr, 0);
+  add_row(m, text::from_utf8(name), regclass::variable, form_engine, h, nullptr, 0);
 }
 void register_block(macroengine& m, std::string_view name, handler start, handler finish) {
-  add_row(m, text::ascii(name), regclass::block, form_engine, start, finish, 0);
+  add_row(m, text::from_utf8(name), regclass::block, form_engine, start, finish, 0);
 }
 void register_defined(macroengine& m, wideview name, std::uint8_t cls, std::int64_t line) {
   widetext saved = std::move(m.prefix);
