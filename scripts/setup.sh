@@ -8,6 +8,8 @@ packages=(
   python3                                   # whole-macro test runner
   pngcheck libtiff-tools netpbm python3-pil # third-party readers of our image files
   python3-nibabel                           # third-party reader of our volume files
+  python3-meshio python3-vtk9 assimp-utils  # third-party readers of our mesh files
+  assimp-testmodels                         # mesh files no one here wrote
   libfreeimage3 libmagickwand-6.q16-6       # optional image libraries, loaded at run time
 )
 missing=()

@@ -8,6 +8,7 @@
 #include "library/basics.h"
 #include "lines/cloud.h"
 #include "meshes/mesh_commands.h"
+#include "meshes/mesh_files.h"
 #include "orientation/diffusion.h"
 #include "orientation/tensorfield.h"
 #include "orientation/vector_commands.h"
@@ -40,6 +41,7 @@ void register_all(macroengine& m) {
   vector::register_files(m);
   workspace::register_family<tensorfield>(m);
   meshes::register_commands(m);
+  meshes::register_files(m);
   workspace::register_family<cloud>(m);
 }
 
