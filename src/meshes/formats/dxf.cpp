@@ -22,7 +22,10 @@ struct dxfface {
   void add(mesh& m) const {
     if (!given[0] || !given[1] || !given[2]) return;
     if (!given[3] || same(c[3], c[2])) meshes::add_triangle(m, c[0], c[1], c[2], num::hyper{});
-    else meshes::add_quad(m, c[0], c[1], c[2], c[3], num::hyper{});
+    else {
+      meshes::add_quad(m, c[0], c[1], c[2], c[3], num::hyper{});
+      m.triangles = false;   // the quad form without normals leaves the flag alone
+    }
   }
 };
 

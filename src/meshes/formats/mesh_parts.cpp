@@ -61,6 +61,7 @@ void meshparts::add_to(mesh& m) {
                        normals[d], colour);
     else
       meshes::add_quad(m, points[a], points[b], points[c], points[d], colour);
+    if (f.corners == 4) m.triangles = false;   // the quad form without normals leaves the flag alone
     if (with_colours) {
       const face& added = m.faces.back();
       const std::int64_t merged[4] = {added.p1, added.p2, added.p3, added.p4};
