@@ -19,12 +19,13 @@ bool same(const num::vector& a, const num::vector& b) { return a.x == b.x && a.y
 struct dxfface {
   num::vector c[4];
   bool given[4] = {};
-  void add(mesh& m) const {
+  void add(mesh& m, triangleflag& flag) const {
     if (!given[0] || !given[1] || !given[2]) return;
-    if (!given[3] || same(c[3], c[2])) meshes::add_triangle(m, c[0], c[1], c[2], num::hyper{});
-    else {
+    if (!given[3] || same(c[3], c[2])) {
+      meshes::add_triangle(m, c[0], c[1], c[2], num::hyper{});
+    } else {
       meshes::add_quad(m, c[0], c[1], c[2], c[3], num::hyper{});
-      m.triangles = false;   // the quad form without normals leaves the flag alone
+      flag.all = false;
     }
   }
 };
@@ -36,13 +37,14 @@ void read_dxf(mesh& m, std::string_view bytes) {
   std::string_view rest = bytes, codeline, value;
   dxfface f;
   bool inside = false;
+  triangleflag flag(m);
   // Pairs of lines: a group code, then its value.
   while (next_line(rest, codeline) && next_line(rest, value)) {
     std::string_view c = trim(codeline);
     std::int64_t code;
     if (!read_nat(c, code)) continue;
     if (code == 0) {
-      if (inside) f.add(m);
+      if (inside) f.add(m, flag);
       inside = trim(value) == "3DFACE";
       f = dxfface{};
       continue;
@@ -56,7 +58,7 @@ void read_dxf(mesh& m, std::string_view bytes) {
     else if (code < 30) f.c[k].y = v;
     else f.c[k].z = v;
   }
-  if (inside) f.add(m);
+  if (inside) f.add(m, flag);
   print::line(u"  Points : " + qv::nat::text(meshes::point_count(m)));
   print::line(u"  Faces  : " + qv::nat::text(meshes::face_count(m)));
 }

@@ -37,6 +37,7 @@ void meshparts::report_faces() {
 void meshparts::add_to(mesh& m) {
   const std::int64_t n = std::int64_t(points.size());
   const bool with_normals = normals.size() == points.size(), with_colours = colors.size() == points.size();
+  triangleflag flag(m);
   for (const partface& f : faces) {
     bool valid = true;
     for (int k = 0; k < f.corners; ++k) valid = valid && f.p[k] >= 0 && f.p[k] < n;
@@ -61,7 +62,7 @@ void meshparts::add_to(mesh& m) {
                        normals[d], colour);
     else
       meshes::add_quad(m, points[a], points[b], points[c], points[d], colour);
-    if (f.corners == 4) m.triangles = false;   // the quad form without normals leaves the flag alone
+    if (f.corners == 4) flag.all = false;
     if (with_colours) {
       const face& added = m.faces.back();
       const std::int64_t merged[4] = {added.p1, added.p2, added.p3, added.p4};

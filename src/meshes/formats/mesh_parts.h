@@ -34,6 +34,19 @@ struct meshparts {
   void add_to(mesh& m);
 };
 
+// The all-triangles flag over a reader's additions: the add operations set it by
+// the last face alone, so a quad read before a triangle would be written as a
+// triangle. True at the end only if the mesh held triangles alone before and no
+// quad came.
+struct triangleflag {
+  mesh& m;
+  bool all;
+  explicit triangleflag(mesh& target) : m(target), all(target.triangles || target.faces.empty()) {}
+  triangleflag(const triangleflag&) = delete;
+  triangleflag& operator=(const triangleflag&) = delete;
+  ~triangleflag() { m.triangles = all; }
+};
+
 // The count lines of most readers: points, normals and faces of the mesh.
 void print_counts(const mesh& m);
 

@@ -37,6 +37,7 @@ void read_stl(mesh& m, std::string_view bytes) {
     return;
   }
   num::vector corner[3];
+  triangleflag flag(m);
   while (next_line(rest, line)) {
     if (line.size() < 2) continue;
     const std::size_t at = line.find("vertex");
