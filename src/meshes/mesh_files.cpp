@@ -125,6 +125,7 @@ void save_as(const widetext& given, format f, const meshformat::objmaterial& mat
   const mesh& m = current();
   if (m.points.empty()) return print::line(u"Empty file (" + name + u") - not written!");
   if (!write(m, name, f, material)) print::line(u"  Couldn't write File (" + name + u")!");
+  if (f == format::ply || f == format::aply) number::format.vector = false;   // the PLY writers leave it cleared
 }
 
 void save_one(macroengine& e, format f) {

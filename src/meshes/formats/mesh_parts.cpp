@@ -38,6 +38,10 @@ void meshparts::add_to(mesh& m) {
   const std::int64_t n = std::int64_t(points.size());
   const bool with_normals = normals.size() == points.size(), with_colours = colors.size() == points.size();
   triangleflag flag(m);
+  // Room for everything at once: the merge appends, and a million faces grown by doubling copy twice their bytes.
+  m.faces.reserve(m.faces.size() + faces.size());
+  m.points.reserve(m.points.size() + points.size());
+  m.adjacency.reserve(m.adjacency.size() + points.size());
   for (const partface& f : faces) {
     bool valid = true;
     for (int k = 0; k < f.corners; ++k) valid = valid && f.p[k] >= 0 && f.p[k] < n;

@@ -4,6 +4,7 @@
 // (x, y, z, nx, ny, nz and the colour properties) and "face" (its first list
 // property) are used, the others are read past. Faces of more than four
 // corners are left out with one "Wrong face count" line.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <vector>
@@ -257,6 +258,7 @@ bool read_body(Source& src, const plyheader& h, meshparts& parts) {
     if (faces)
       for (std::size_t i = 0; i < e.properties.size() && listprop < 0; ++i)
         if (e.properties[i].counttype != plytype::none) listprop = int(i);
+    if (faces) parts.faces.reserve(std::size_t(std::min<std::int64_t>(e.count, std::int64_t(src.left() / 4))));
     for (std::int64_t i = 0; i < e.count; ++i) {
       listcount = 0;
       if (!read_row(src, e, row.data(), listprop, list, 4, listcount)) {
@@ -334,7 +336,6 @@ std::uint8_t colour_byte(double v) {
 bool save_ply(const qv::mesh& m, wideview name) {
   textsink s;
   if (!open_sink(s, name)) return false;
-  number::format.vector = false;
   // Points of visible faces only, renumbered from 0 in point order.
   std::vector<std::int64_t> index;
   const std::int64_t used = renumber_visible(m, index);
@@ -384,7 +385,6 @@ bool save_ply_ascii(const qv::mesh& m, wideview name, int digits) {
   textsink s;
   if (!open_sink(s, name)) return false;
   s.digits = digits;
-  number::format.vector = false;
   const std::int64_t n = meshes::point_count(m), nf = meshes::face_count(m);
   header(s, m, false, n, nf, name);
   const bool normals = has_normals(m), colours = has_colours(m);
