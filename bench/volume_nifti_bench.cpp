@@ -9,6 +9,7 @@
 #include <fstream>
 
 #include "foundation/console.h"
+#include "timing.h"
 #include "volumes/formats/nifti.h"
 #include "volumes/formats/nifti_header.h"
 
@@ -16,21 +17,8 @@ using namespace qv;
 
 namespace {
 
-double seconds_of(auto fn, int repeats = 3) {   // the best of a few runs
-  double best = 1e30;
-  for (int i = 0; i < repeats; ++i) {
-    auto t0 = std::chrono::steady_clock::now();
-    fn();
-    best = std::min(best, std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count());
-  }
-  return best;
-}
-
-double shell_seconds(const std::string& cmd) {
-  return seconds_of([&] {
-    if (std::system(cmd.c_str()) != 0) std::fprintf(stderr, "failed: %s\n", cmd.c_str());
-  });
-}
+using bench::seconds_of;
+using bench::shell_seconds;
 
 // A head-like phantom: an ellipsoid of tissue values with a smooth gradient and
 // some noise, air around it, so the deflate ratio resembles a real scan.

@@ -9,6 +9,7 @@
 #include "lines/line_commands.h"
 #include "lines/line_files.h"
 #include "meshes/mesh_commands.h"
+#include "meshes/mesh_files.h"
 #include "orientation/diffusion.h"
 #include "orientation/tensorfield.h"
 #include "orientation/vector_commands.h"
@@ -42,6 +43,7 @@ void register_all(macroengine& m) {
   line::register_stream(m);
   workspace::register_family<tensorfield>(m);
   meshes::register_commands(m);
+  meshes::register_files(m);
   line::register_commands(m);
   line::register_files(m);
 }
