@@ -148,6 +148,8 @@ void register_commands(macroengine& m) {
   register_combine(m);
   register_resample(m);
   register_append(m);
+  register_morph(m);
+  register_filter(m);
 }
 
 }  // namespace qv::scalar

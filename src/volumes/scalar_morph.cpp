@@ -1,0 +1,424 @@
+// scalar_morph.cpp: shrink and grow over the 26 neighbours, their repeated and label forms, cave, convex and hole fills.
+#include <algorithm>
+#include <cmath>
+
+#include "foundation/console.h"
+#include "foundation/numbertext.h"
+#include "foundation/progress.h"
+#include "foundation/stats.h"
+#include "volumes/scalar_commands.h"
+#include "volumes/scalar_ops.h"
+
+namespace qv::scalar {
+namespace {
+
+// One shrink or grow pass. A voxel of the work class (shrink: inside the range,
+// grow: outside it) with more than `n` neighbours of the other class changes to
+// `value`, or to the rounded-down mean (label forms: the most frequent value) of
+// those neighbours. Reads outside the field give `background`.
+struct passrule {
+  valuerange range;
+  std::int64_t n = 13;
+  bool grow = false, label = false, fixed = false;
+  std::int64_t value = 0;
+};
+
+struct change {
+  std::size_t index;
+  std::int64_t value;
+};
+
+// Neighbour counts of one plane: m is 1 where a voxel belongs to the counted
+// class, on a plane with a border of one voxel; p gets the 3x3 sums of m.
+void plane_sums(const std::uint8_t* m, std::int64_t pw, std::int64_t ph, std::uint8_t* row, std::uint8_t* p) {
+  for (std::int64_t y = 0; y < ph; ++y) {
+    const std::uint8_t* r = m + y * pw;
+    std::uint8_t* o = row + y * pw;
+    o[0] = o[pw - 1] = 0;
+    for (std::int64_t x = 1; x < pw - 1; ++x) o[x] = std::uint8_t(r[x - 1] + r[x] + r[x + 1]);
+  }
+  std::fill(p, p + pw, 0);
+  std::fill(p + (ph - 1) * pw, p + ph * pw, 0);
+  for (std::int64_t y = 1; y < ph - 1; ++y)
+    for (std::int64_t x = 0; x < pw; ++x) p[y * pw + x] = std::uint8_t(row[(y - 1) * pw + x] + row[y * pw + x] + row[(y + 1) * pw + x]);
+}
+
+template <typename T>
+struct passrun {
+  const scalarfield& f;
+  const T* v;
+  const passrule& rule;
+  std::vector<std::uint8_t> counted;   // by value: 1 when a voxel of that value is counted
+  bool background_counted;
+
+  passrun(const scalarfield& field, const T* voxels, const passrule& r)
+      : f(field), v(voxels), rule(r), counted(std::size_t(top_of(field.tag)) + 1) {
+    for (std::size_t i = 0; i < counted.size(); ++i) counted[i] = is_counted(std::int64_t(i));
+    background_counted = is_counted(f.background);
+  }
+  bool is_counted(std::int64_t value) const { return rule.range.contains(value) == rule.grow; }
+
+  std::int64_t at(std::int64_t x, std::int64_t y, std::int64_t z) const {
+    if (x < 0 || y < 0 || z < 0 || x >= f.width || y >= f.height || z >= f.depth) return f.background;
+    return v[(z * f.height + y) * f.width + x];
+  }
+
+  // The new value of a changing voxel, from its counted neighbours (0-based x, y, z).
+  std::int64_t replacement(std::int64_t x, std::int64_t y, std::int64_t z, std::int64_t count) const {
+    if (rule.fixed) return rule.value;
+    std::int64_t sum = 0, values[26];
+    int k = 0;
+    for (int dz = -1; dz <= 1; ++dz)
+      for (int dy = -1; dy <= 1; ++dy)
+        for (int dx = -1; dx <= 1; ++dx) {
+          if (!dx && !dy && !dz) continue;
+          std::int64_t w = at(x + dx, y + dy, z + dz);
+          if (is_counted(w)) sum += w, values[k++] = w;
+        }
+    if (!rule.label) return sum / count;
+    // The most frequent value; ties go to the smaller value.
+    std::sort(values, values + k);
+    std::int64_t best = values[0];
+    int bestrun = 0;
+    for (int i = 0; i < k;) {
+      int j = i;
+      while (j < k && values[j] == values[i]) ++j;
+      if (j - i > bestrun) bestrun = j - i, best = values[i];
+      i = j;
+    }
+    return best;
+  }
+
+  // Mask plane z (0-based, may lie outside) with its border.
+  void mask_plane(std::int64_t z, std::uint8_t* m) const {
+    std::int64_t pw = f.width + 2, ph = f.height + 2;
+    if (z < 0 || z >= f.depth) {
+      std::fill(m, m + pw * ph, std::uint8_t(background_counted));
+      return;
+    }
+    std::fill(m, m + pw, std::uint8_t(background_counted));
+    std::fill(m + (ph - 1) * pw, m + ph * pw, std::uint8_t(background_counted));
+    const std::uint8_t* lut = counted.data();
+    for (std::int64_t y = 0; y < f.height; ++y) {
+      std::uint8_t* o = m + (y + 1) * pw;
+      const T* r = v + (z * f.height + y) * f.width;
+      o[0] = o[pw - 1] = std::uint8_t(background_counted);
+      for (std::int64_t x = 0; x < f.width; ++x) o[x + 1] = lut[r[x]];
+    }
+  }
+
+  void collect(std::vector<change>& out) const {
+    std::int64_t pw = f.width + 2, ph = f.height + 2, plane = pw * ph;
+    const std::size_t planebytes = static_cast<std::size_t>(plane);
+    std::vector<std::uint8_t> mask(planebytes), row(planebytes), sums(3 * planebytes);
+    std::int64_t x0 = std::max<std::int64_t>(f.crop[0], 1) - 1, y0 = std::max<std::int64_t>(f.crop[1], 1) - 1,
+                 z0 = std::max<std::int64_t>(f.crop[2], 1) - 1;
+    auto last = [](std::int64_t c, std::int64_t n) { return c < 1 ? n : std::min(c, n); };   // 0: not set
+    std::int64_t x1 = last(f.crop[3], f.width), y1 = last(f.crop[4], f.height), z1 = last(f.crop[5], f.depth);
+    if (x0 >= x1 || y0 >= y1 || z0 >= z1) return;
+    auto sums_of = [&](std::int64_t z) { return sums.data() + ((z % 3 + 3) % 3) * plane; };
+    for (std::int64_t z = z0 - 1; z <= z0; ++z) {
+      mask_plane(z, mask.data());
+      plane_sums(mask.data(), pw, ph, row.data(), sums_of(z));
+    }
+    const std::uint8_t* lut = counted.data();
+    for (std::int64_t z = z0; z < z1; ++z) {
+      mask_plane(z + 1, mask.data());
+      plane_sums(mask.data(), pw, ph, row.data(), sums_of(z + 1));
+      const std::uint8_t *a = sums_of(z - 1), *b = sums_of(z), *c = sums_of(z + 1);
+      for (std::int64_t y = y0; y < y1; ++y) {
+        const T* r = v + (z * f.height + y) * f.width;
+        std::int64_t o = (y + 1) * pw + 1;
+        for (std::int64_t x = x0; x < x1; ++x) {
+          if (lut[r[x]]) continue;   // not of the work class
+          std::int64_t count = a[o + x] + b[o + x] + c[o + x];
+          if (count > rule.n) out.push_back({std::size_t((z * f.height + y) * f.width + x), replacement(x, y, z, count)});
+        }
+      }
+    }
+  }
+};
+
+// One pass over the field; gives the number of changed voxels. Mono fields and
+// fields without voxels are left alone, with the count 0.
+std::int64_t pass(scalarfield& f, const passrule& rule) {
+  std::vector<change> changes;
+  bool typed = with_voxels(f, [&](auto* v) {
+    using T = std::remove_pointer_t<decltype(v)>;
+    passrun<T>(f, v, rule).collect(changes);
+    for (const change& c : changes) v[c.index] = T(c.value);
+  });
+  return typed ? std::int64_t(changes.size()) : 0;
+}
+
+// Repeats passes until one changes nothing or 9999 further passes were done.
+std::int64_t full_pass(scalarfield& f, const passrule& rule) {
+  const wideview label = u"  Remove pixels";
+  progress::set(0, label);
+  std::int64_t first = pass(f, rule), last = first, total = first;
+  for (std::int64_t step = 0; last != 0 && step < 9999; ++step) {
+    last = pass(f, rule);
+    total += last;
+    progress::set(double(first - last) / double(first), label);
+  }
+  progress::end(label);
+  return total;
+}
+
+// Reads `<a,b> [n [v]]` from parameter `from` on; n is clamped to 0..26, v fitted.
+passrule read_rule(macroengine& m, const scalarfield& f, std::size_t from, std::size_t nparam, std::size_t vparam) {
+  passrule r;
+  std::size_t count = macro::parameter_count(m);
+  r.range = count >= from ? read_range(macro::parameter(m, from), f.tag) : valuerange{1, top_of(f.tag)};
+  if (count >= nparam) r.n = std::clamp<std::int64_t>(text::nat(macro::parameter(m, nparam)), 0, 26);
+  r.fixed = vparam && count >= vparam;
+  if (r.fixed) r.value = fit(f.tag, text::nat(macro::parameter(m, vparam)));
+  return r;
+}
+
+void removed(std::int64_t n) { print::line(u"  Removed pixels: " + nat::text(n)); }
+
+// `scalar.shrink <a,b> n [v]` and its kin; `full` repeats, `label` takes the most frequent value.
+template <bool grow, bool full, bool label>
+void morph_cmd(macroengine& m) {
+  if (macro::parameter_count(m) > 3) return macro::check_max(m, 3);
+  scalarfield& f = current();
+  if (!ready(m, f)) return;
+  passrule r = read_rule(m, f, 1, 2, 3);
+  r.grow = grow, r.label = label;
+  removed(full ? full_pass(f, r) : pass(f, r));
+}
+
+// `scalar.open <a,b> n1 n2 [v1 v2]`: shrink then grow; `scalar.close`: grow then shrink.
+template <bool close, bool label>
+void open_close_cmd(macroengine& m) {
+  std::size_t n = macro::parameter_count(m);
+  if (n != 3 && n != 5) return macro::check_exact(m, 3);
+  scalarfield& f = current();
+  if (!ready(m, f)) return;
+  passrule shrink = read_rule(m, f, 1, 2, n == 5 ? 4 : 0), grow = read_rule(m, f, 1, 3, n == 5 ? 5 : 0);
+  shrink.label = grow.label = label;
+  grow.grow = true;
+  std::int64_t total = close ? pass(f, grow) + pass(f, shrink) : pass(f, shrink) + pass(f, grow);
+  removed(total);
+}
+
+// ---- fills
+
+std::size_t flat(const scalarfield& f, std::int64_t x, std::int64_t y, std::int64_t z) {
+  return std::size_t((z * f.height + y) * f.width + x);
+}
+
+// `scalar.fill.holes <5,15> 10`: voxels outside the range that no 6-connected path
+// of such voxels joins to a face of the field get the value.
+void fill_holes_cmd(macroengine& m) {
+  if (macro::parameter_count(m) != 2) return macro::check_exact(m, 2);
+  scalarfield& f = current();
+  if (!ready(m, f)) return;
+  valuerange r = read_range(macro::parameter(m, 1), f.tag);
+  std::int64_t value = fit(f.tag, text::nat(macro::parameter(m, 2)));
+  with_voxels(f, [&](auto* v) {
+    using T = std::remove_pointer_t<decltype(v)>;
+    const std::int64_t w = f.width, h = f.height, d = f.depth;
+    // 0 unreached, 1 structure or reached from outside.
+    std::vector<std::uint8_t> seen(std::size_t(w * h * d));
+    for (std::size_t i = 0; i < seen.size(); ++i) seen[i] = r.contains(v[i]);
+    std::vector<std::size_t> stack;
+    auto push = [&](std::size_t i) {
+      if (!seen[i]) seen[i] = 1, stack.push_back(i);
+    };
+    progress::set(0, u"  Search outside");
+    for (std::int64_t z = 0; z < d; ++z)
+      for (std::int64_t y = 0; y < h; ++y)
+        for (std::int64_t x = 0; x < w; ++x)
+          if (x == 0 || y == 0 || z == 0 || x == w - 1 || y == h - 1 || z == d - 1) push(flat(f, x, y, z));
+    const std::size_t sx = 1, sy = std::size_t(w), sz = std::size_t(w * h);
+    while (!stack.empty()) {
+      std::size_t i = stack.back();
+      stack.pop_back();
+      std::size_t x = i % sy, y = (i / sy) % std::size_t(h), z = i / sz;
+      if (x > 0) push(i - sx);
+      if (x + 1 < std::size_t(w)) push(i + sx);
+      if (y > 0) push(i - sy);
+      if (y + 1 < std::size_t(h)) push(i + sy);
+      if (z > 0) push(i - sz);
+      if (z + 1 < std::size_t(d)) push(i + sz);
+    }
+    progress::end(u"  Search outside");
+    for (std::size_t i = 0; i < seen.size(); ++i)
+      if (!seen[i]) v[i] = T(value);
+  });
+}
+
+// `scalar.fill.cave.x <128,255>`: along each line in x, voxels outside the range
+// between the first and the last voxel in it get `scalar.value`.
+template <int axis>
+void fill_cave_cmd(macroengine& m) {
+  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
+  scalarfield& f = current();
+  if (!ready(m, f)) return;
+  valuerange r = read_range(macro::parameter(m, 1), f.tag);
+  std::int64_t sizes[3] = {f.width, f.height, f.depth};
+  std::int64_t stride[3] = {1, f.width, f.width * f.height};
+  int a = axis == 0 ? 1 : 0, b = axis == 2 ? 1 : 2;
+  with_voxels(f, [&](auto* v) {
+    using T = std::remove_pointer_t<decltype(v)>;
+    for (std::int64_t j = 0; j < sizes[b]; ++j)
+      for (std::int64_t i = 0; i < sizes[a]; ++i) {
+        T* line = v + i * stride[a] + j * stride[b];
+        std::int64_t s = stride[axis], n = sizes[axis], first = -1, last = -1;
+        for (std::int64_t k = 0; k < n; ++k)
+          if (r.contains(line[k * s])) last = k, first = first < 0 ? k : first;
+        for (std::int64_t k = first + 1; first >= 0 && k < last; ++k)
+          if (!r.contains(line[k * s])) line[k * s] = T(f.value);
+      }
+  });
+}
+
+// ---- convex hulls
+
+struct point2 {
+  double a, b;
+};
+double cross(point2 o, point2 p, point2 q) { return (p.a - o.a) * (q.b - o.b) - (p.b - o.b) * (q.a - o.a); }
+
+// The convex hull of `p` in counter-clockwise order (monotone chain).
+std::vector<point2> hull(std::vector<point2>& p) {
+  std::sort(p.begin(), p.end(), [](point2 u, point2 w) { return u.a < w.a || (u.a == w.a && u.b < w.b); });
+  if (p.size() < 3) return p;
+  std::vector<point2> h(2 * p.size());
+  std::size_t k = 0;
+  for (std::size_t i = 0; i < p.size(); ++i) {
+    while (k >= 2 && cross(h[k - 2], h[k - 1], p[i]) <= 0) --k;
+    h[k++] = p[i];
+  }
+  for (std::size_t i = p.size() - 1, t = k + 1; i > 0; --i) {
+    while (k >= t && cross(h[k - 2], h[k - 1], p[i - 1]) <= 0) --k;
+    h[k++] = p[i - 1];
+  }
+  h.resize(k - 1);
+  return h;
+}
+
+bool inside_hull(const std::vector<point2>& h, point2 q) {
+  if (h.size() < 3) {
+    for (std::size_t i = 0; i < h.size(); ++i) {
+      const point2 p = h[i], r = h[(i + 1) % h.size()];
+      double minA = std::min(p.a, r.a), maxA = std::max(p.a, r.a), minB = std::min(p.b, r.b), maxB = std::max(p.b, r.b);
+      if (std::abs(cross(p, r, q)) < 1e-9 && q.a >= minA && q.a <= maxA && q.b >= minB && q.b <= maxB) return true;
+    }
+    return false;
+  }
+  for (std::size_t i = 0; i < h.size(); ++i)
+    if (cross(h[i], h[(i + 1) % h.size()], q) < -1e-9) return false;
+  return true;
+}
+
+// `scalar.convex.x <128,255>`: in each plane across x (the yz plane), voxels
+// outside the range inside the convex hull of the voxels in it get `scalar.value`.
+template <int axis>
+void convex_cmd(macroengine& m) {
+  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
+  scalarfield& f = current();
+  if (!ready(m, f)) return;
+  valuerange r = read_range(macro::parameter(m, 1), f.tag);
+  std::int64_t sizes[3] = {f.width, f.height, f.depth};
+  int ia = axis == 0 ? 1 : 0, ib = axis == 2 ? 1 : 2;
+  auto index = [&](std::int64_t p, std::int64_t a, std::int64_t b) {
+    std::int64_t c[3];
+    c[axis] = p, c[ia] = a, c[ib] = b;
+    return flat(f, c[0], c[1], c[2]);
+  };
+  with_voxels(f, [&](auto* v) {
+    using T = std::remove_pointer_t<decltype(v)>;
+    std::vector<point2> pts;
+    for (std::int64_t p = 0; p < sizes[axis]; ++p) {
+      pts.clear();
+      for (std::int64_t b = 0; b < sizes[ib]; ++b)
+        for (std::int64_t a = 0; a < sizes[ia]; ++a)
+          if (r.contains(v[index(p, a, b)])) pts.push_back({double(a), double(b)});
+      if (pts.empty()) continue;
+      std::vector<point2> h = hull(pts);
+      for (std::int64_t b = 0; b < sizes[ib]; ++b)
+        for (std::int64_t a = 0; a < sizes[ia]; ++a) {
+          T& w = v[index(p, a, b)];
+          if (!r.contains(w) && inside_hull(h, {double(a), double(b)})) w = T(f.value);
+        }
+    }
+  });
+}
+
+// ---- outliers
+
+// `scalar.remove.outliers factor`: an interior voxel outside median +- factor*|Q.25-Q.75|
+// of its 27-voxel block takes the median; border voxels keep their values.
+void remove_outliers_cmd(macroengine& m) {
+  if (macro::parameter_count(m) > 1) return macro::check_max(m, 1);
+  scalarfield& f = current();
+  if (!ready(m, f)) return;
+  std::int64_t factor = macro::parameter_count(m) ? text::nat(macro::parameter(m, 1)) : 2;
+  std::int64_t count = 0;
+  with_voxels(f, [&](auto* v) {
+    using T = std::remove_pointer_t<decltype(v)>;
+    const std::vector<T> old(v, v + voxel_count(f));
+    std::vector<double> block(27);
+    const std::int64_t w = f.width, h = f.height;
+    for (std::int64_t z = 1; z + 1 < f.depth; ++z)
+      for (std::int64_t y = 1; y + 1 < h; ++y)
+        for (std::int64_t x = 1; x + 1 < w; ++x) {
+          int k = 0;
+          for (int dz = -1; dz <= 1; ++dz)
+            for (int dy = -1; dy <= 1; ++dy)
+              for (int dx = -1; dx <= 1; ++dx) block[k++] = double(old[flat(f, x + dx, y + dy, z + dz)]);
+          std::sort(block.begin(), block.end());
+          stats::quartiles q = stats::quartiles_of(block);
+          double c = double(old[flat(f, x, y, z)]);
+          if (stats::outlier(c, stats::outlier_window(q, double(factor)))) {
+            v[flat(f, x, y, z)] = T(q.median);
+            ++count;
+          }
+        }
+  });
+  print::line(u"  Removed outliers: " + nat::text(count));
+}
+
+constexpr cmdkind P = cmdkind::procedure;
+
+constexpr cmdrow rows[] = {
+    // name                      kind handler                          usage                                   comment
+    {"shrink",                   P, morph_cmd<false, false, false>,  "scalar.shrink <1,255> 13 [v]",          "remove single spots, if 13 neighbors (max 26) outside value or range"},
+    {"erode",                    P, morph_cmd<false, false, false>,  "scalar.erode <1,255> 13 [v]",           "remove single spots, if 13 neighbors (max 26) outside value or range"},
+    {"fullshrink",               P, morph_cmd<false, true, false>,   "scalar.fullshrink <1,255> 13 [v]",      "shrink until no more points or iteration steps > 9999"},
+    {"fullerode",                P, morph_cmd<false, true, false>,   "scalar.fullerode <1,255> 13 [v]",       "shrink until no more points or iteration steps > 9999"},
+    {"ultimate_erosion",         P, morph_cmd<false, true, false>,   "scalar.ultimate_erosion <1,255> 13 [v]", "shrink until no more points or iteration steps > 9999"},
+    {"grow",                     P, morph_cmd<true, false, false>,   "scalar.grow <1,255> 13 [v]",            "fill single hole, if 13 neighbors (max 26) inside value or range"},
+    {"dilate",                   P, morph_cmd<true, false, false>,   "scalar.dilate <1,255> 13 [v]",          "fill single hole, if 13 neighbors (max 26) inside value or range"},
+    {"fullgrow",                 P, morph_cmd<true, true, false>,    "scalar.fullgrow <1,255> 13 [v]",        "grow until no more points or iteration steps > 9999"},
+    {"fulldilate",               P, morph_cmd<true, true, false>,    "scalar.fulldilate <1,255> 13 [v]",      "grow until no more points or iteration steps > 9999"},
+    {"ultimate_dilation",        P, morph_cmd<true, true, false>,    "scalar.ultimate_dilation <1,255> 13 [v]", "grow until no more points or iteration steps > 9999"},
+    {"open",                     P, open_close_cmd<false, false>,    "scalar.open <128, 255> 4 4 1 1",        "shrink <128, 255> 4 1 + grow <128, 255> 4 1"},
+    {"close",                    P, open_close_cmd<true, false>,     "scalar.close <128, 255> 4 4 1 1",       "grow <128, 255> 4 1 + shrink <128, 255> 4 1"},
+    {"shrink.label",             P, morph_cmd<false, false, true>,   "scalar.shrink.label <1,255> 13 [v]",    "shrink; a removed voxel takes the most frequent value around it"},
+    {"fullshrink.label",         P, morph_cmd<false, true, true>,    "scalar.fullshrink.label <1,255> 13 [v]", "fullshrink; a removed voxel takes the most frequent value around it"},
+    {"grow.label",               P, morph_cmd<true, false, true>,    "scalar.grow.label <1,255> 13 [v]",      "grow; a grown voxel takes the most frequent label around it"},
+    {"fullgrow.label",           P, morph_cmd<true, true, true>,     "scalar.fullgrow.label <1,255> 13 [v]",  "fullgrow; a grown voxel takes the most frequent label around it"},
+    {"open.label",               P, open_close_cmd<false, true>,     "scalar.open.label <128, 255> 4 4",      "open with the label forms"},
+    {"close.label",              P, open_close_cmd<true, true>,      "scalar.close.label <128, 255> 4 4",     "close with the label forms"},
+    {"fill.cave.x",              P, fill_cave_cmd<0>,                "scalar.fill.cave.x <128, 255>",         "fill from outside along x axis; scalar.value is the fill value"},
+    {"fill.cave.y",              P, fill_cave_cmd<1>,                "scalar.fill.cave.y <128, 255>",         "fill from outside along y axis; scalar.value is the fill value"},
+    {"fill.cave.z",              P, fill_cave_cmd<2>,                "scalar.fill.cave.z <128, 255>",         "fill from outside along z axis; scalar.value is the fill value"},
+    {"convex.x",                 P, convex_cmd<0>,                   "scalar.convex.x <128, 255>",            "calculate convex hull (yz) and fill along x axis"},
+    {"convex.yz",                P, convex_cmd<0>,                   "scalar.convex.yz <128, 255>",           "calculate convex hull (yz) and fill along x axis"},
+    {"convex.y",                 P, convex_cmd<1>,                   "scalar.convex.y <128, 255>",            "calculate convex hull (xz) and fill along y axis"},
+    {"convex.xz",                P, convex_cmd<1>,                   "scalar.convex.xz <128, 255>",           "calculate convex hull (xz) and fill along y axis"},
+    {"convex.z",                 P, convex_cmd<2>,                   "scalar.convex.z <128, 255>",            "calculate convex hull (xy) and fill along z axis"},
+    {"convex.xy",                P, convex_cmd<2>,                   "scalar.convex.xy <128, 255>",           "calculate convex hull (xy) and fill along z axis"},
+    {"fill.holes",               P, fill_holes_cmd,                  "scalar.fill.holes <5, 15> 10",          "fill holes with 10 from structures 5..15"},
+    {"remove.outliers",          P, remove_outliers_cmd,             "scalar.remove.outliers 2",              "if value outside of median+/-(factor * abs(q.25-q.75))"},
+};
+
+}  // namespace
+
+void register_morph(macroengine& m) { macro::register_rows(m, "scalar.", rows); }
+
+}  // namespace qv::scalar
