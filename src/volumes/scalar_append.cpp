@@ -85,7 +85,7 @@ void put(const scalarfield& s, scalarfield& d, const merge::plan& p, bool skipze
         natvector i = merge::place(p, x, y, z);
         set(d, i.x, i.y, i.z, v);
       }
-    progress::set(double(z) / double(s.depth), label);
+    progress_step(z, s.depth, label);
   }
   progress::end(label);
 }

@@ -45,7 +45,7 @@ void combine(macroengine& m, std::size_t count, wideview label, Fn fn) {
       fn(r);
       store_row(t, y, z, w, r.out.data());
     }
-    progress::set(double(z) / double(d), label);
+    progress_step(z, d, label);
   }
   progress::end(label);
   m.target.clear();
@@ -219,7 +219,7 @@ void combine_masked(macroengine& m, scalarfield& t, const scalarfield& from, con
       for (std::int64_t x = 0; x < w; ++x) pick(v[x], k[x], out[x]);
       store_row(t, y, z, w, out.data());
     }
-    progress::set(double(z) / double(t.depth), label);
+    progress_step(z, t.depth, label);
   }
   progress::end(label);
   m.target.clear();

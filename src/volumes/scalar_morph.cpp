@@ -28,6 +28,12 @@ struct change {
   std::int64_t value;
 };
 
+// Buffers of a pass, kept by the caller across the passes of the `full` forms.
+struct scratch {
+  std::vector<std::uint8_t> mask, row, sums;
+  std::vector<change> changes;
+};
+
 // Neighbour counts of one plane: m is 1 where a voxel belongs to the counted
 // class, on a plane with a border of one voxel; p gets the 3x3 sums of m.
 void plane_sums(const std::uint8_t* m, std::int64_t pw, std::int64_t ph, std::uint8_t* row, std::uint8_t* p) {
@@ -107,10 +113,12 @@ struct passrun {
     }
   }
 
-  void collect(std::vector<change>& out) const {
+  void collect(scratch& s) const {
     std::int64_t pw = f.width + 2, ph = f.height + 2, plane = pw * ph;
     const std::size_t planebytes = static_cast<std::size_t>(plane);
-    std::vector<std::uint8_t> mask(planebytes), row(planebytes), sums(3 * planebytes);
+    std::vector<change>& out = s.changes;
+    std::vector<std::uint8_t>&mask = s.mask, &row = s.row, &sums = s.sums;
+    mask.resize(planebytes), row.resize(planebytes), sums.resize(3 * planebytes);
     std::int64_t x0 = std::max<std::int64_t>(f.crop[0], 1) - 1, y0 = std::max<std::int64_t>(f.crop[1], 1) - 1,
                  z0 = std::max<std::int64_t>(f.crop[2], 1) - 1;
     auto last = [](std::int64_t c, std::int64_t n) { return c < 1 ? n : std::min(c, n); };   // 0: not set
@@ -122,6 +130,9 @@ struct passrun {
       plane_sums(mask.data(), pw, ph, row.data(), sums_of(z));
     }
     const std::uint8_t* lut = counted.data();
+    // More than n neighbours of the other class; n = 26 takes a voxel whose 26
+    // neighbours all are, so that a single spot goes with the largest count.
+    const std::int64_t threshold = std::min<std::int64_t>(rule.n, 25);
     for (std::int64_t z = z0; z < z1; ++z) {
       mask_plane(z + 1, mask.data());
       plane_sums(mask.data(), pw, ph, row.data(), sums_of(z + 1));
@@ -132,7 +143,7 @@ struct passrun {
         for (std::int64_t x = x0; x < x1; ++x) {
           if (lut[r[x]]) continue;   // not of the work class
           std::int64_t count = a[o + x] + b[o + x] + c[o + x];
-          if (count > rule.n) out.push_back({std::size_t((z * f.height + y) * f.width + x), replacement(x, y, z, count)});
+          if (count > threshold) out.push_back({std::size_t((z * f.height + y) * f.width + x), replacement(x, y, z, count)});
         }
       }
     }
@@ -141,25 +152,32 @@ struct passrun {
 
 // One pass over the field; gives the number of changed voxels. Mono fields and
 // fields without voxels are left alone, with the count 0.
-std::int64_t pass(scalarfield& f, const passrule& rule) {
-  std::vector<change> changes;
+std::int64_t pass(scalarfield& f, const passrule& rule, scratch& s) {
+  s.changes.clear();
   bool typed = with_voxels(f, [&](auto* v) {
     using T = std::remove_pointer_t<decltype(v)>;
-    passrun<T>(f, v, rule).collect(changes);
-    for (const change& c : changes) v[c.index] = T(c.value);
+    passrun<T>(f, v, rule).collect(s);
+    for (const change& c : s.changes) v[c.index] = T(c.value);
   });
-  return typed ? std::int64_t(changes.size()) : 0;
+  return typed ? std::int64_t(s.changes.size()) : 0;
+}
+
+std::int64_t pass(scalarfield& f, const passrule& rule) {
+  scratch s;
+  return pass(f, rule, s);
 }
 
 // Repeats passes until one changes nothing or 9999 further passes were done.
 std::int64_t full_pass(scalarfield& f, const passrule& rule) {
   const wideview label = u"  Remove pixels";
   progress::set(0, label);
-  std::int64_t first = pass(f, rule), last = first, total = first;
+  scratch s;
+  std::int64_t first = pass(f, rule, s), last = first, total = first, shown = 0;
   for (std::int64_t step = 0; last != 0 && step < 9999; ++step) {
-    last = pass(f, rule);
+    last = pass(f, rule, s);
     total += last;
-    progress::set(double(first - last) / double(first), label);
+    std::int64_t percent = (first - last) * 100 / first;   // shown only when it grows
+    if (percent > shown) progress::set(double(percent) / 100, label), shown = percent;
   }
   progress::end(label);
   return total;

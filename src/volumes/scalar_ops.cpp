@@ -144,3 +144,11 @@ void copy_box(const scalarfield& s, framemath::natvector from, scalarfield& d, f
 }
 
 }  // namespace qv::scalar
+
+#include "foundation/progress.h"
+
+namespace qv::scalar {
+void progress_step(std::int64_t z, std::int64_t n, wideview label) {
+  if (z % 16 == 0) progress::set(double(z) / double(n), label);
+}
+}  // namespace qv::scalar

@@ -73,3 +73,9 @@ namespace qv::scalar {
 void copy_box(const scalarfield& s, framemath::natvector from, scalarfield& d, framemath::natvector to,
               framemath::natvector size);
 }  // namespace qv::scalar
+
+namespace qv::scalar {
+// The progress line of a loop over n slices, updated every 16th slice, so that
+// small fields show only the start and the end.
+void progress_step(std::int64_t z, std::int64_t n, wideview label);
+}  // namespace qv::scalar

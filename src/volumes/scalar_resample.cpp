@@ -51,7 +51,6 @@ box bounds(const scalarfield& f, valuerange r) {
           b.last = {std::max(b.last.x, x), std::max(b.last.y, y), std::max(b.last.z, z)};
         }
     }
-  if (b.empty()) b = box{};
   return b;
 }
 
@@ -69,8 +68,9 @@ void crop_cmd(macroengine& m) {
   const scalarfield& key = n == 3 ? *src[1] : from;
   if (!ready(m, from) || !ready(m, key)) return;
   box b = bounds(key, read_range(macro::parameter(m, n), key.tag));
-  natvector size = b.empty() ? natvector{0, 0, 0}
-                             : natvector{b.last.x - b.first.x + 1, b.last.y - b.first.y + 1, b.last.z - b.first.z + 1};
+  if (b.empty()) b = box{};   // nothing in range: the size goes to zero
+  natvector size = b.last.x == 0 ? natvector{0, 0, 0}
+                                 : natvector{b.last.x - b.first.x + 1, b.last.y - b.first.y + 1, b.last.z - b.first.z + 1};
   print::line(u"  New size: " + box_text({1, 1, 1}, {from.width, from.height, from.depth}) + u" -> " +
               box_text(b.first, b.last));
   scalarfield out = cut_field(from, b.first, size);
@@ -141,7 +141,7 @@ void patch_cmd(macroengine& m) {
           }
       }
     last = p;
-    progress::set(double(p) / double(np), labels[axis]);
+    progress_step(p, np, labels[axis]);
   }
   progress::end(labels[axis]);
 }
@@ -224,7 +224,7 @@ scalarfield scaled(const scalarfield& s, natvector size, int method, bool label)
         set(out, x, y, z, fit_real(out.tag, label ? most_frequent(v) : reduce(v, method)));
       }
     }
-    progress::set(double(z) / double(size.z), u"  Copy");
+    progress_step(z, size.z, u"  Copy");
   }
   progress::end(u"  Copy");
   return out;
