@@ -65,10 +65,46 @@ bool exactly(macroengine& m, std::size_t n) {
   return false;
 }
 
+// The fold of fields that all have the target's type and size, straight over
+// the voxel arrays. Every step keeps within the type's range, since the folds
+// never take a value down again once it went over the top.
+template <typename Step>
+bool fold_alike(macroengine& m, wideview label, Step step) {
+  std::vector<const scalarfield*> src;
+  if (!sources(m, 1, macro::parameter_count(m), src)) return true;
+  scalarfield& t = target_or_current(m);
+  for (const scalarfield* f : src)
+    if (f->tag != src[0]->tag || f->width != src[0]->width || f->height != src[0]->height || f->depth != src[0]->depth)
+      return false;
+  if (t.tag != src[0]->tag || (ifscalar(t) && (t.width != src[0]->width || t.height != src[0]->height ||
+                                                t.depth != src[0]->depth)))
+    return false;
+  if (!ifscalar(*src[0]) || src[0]->tag == scalartag::mono) return false;
+  prepare_target(t, *src[0]);
+  progress::set(0, label);
+  with_voxels(t, [&](auto* o) {
+    using T = std::remove_pointer_t<decltype(o)>;
+    constexpr std::int64_t top = sizeof(T) == 1 ? 255 : 65535;
+    auto data = [](const scalarfield* f) {
+      if constexpr (sizeof(T) == 1) return f->grayvoxels.data();
+      else return f->fullvoxels.data();
+    };
+    const std::int64_t n = voxel_count(t);
+    if (data(src[0]) != o) std::copy_n(data(src[0]), n, o);
+    for (std::size_t k = 1; k < src.size(); ++k) {
+      const T* a = data(src[k]);
+      for (std::int64_t i = 0; i < n; ++i) o[i] = T(std::min<std::int64_t>(step(std::int64_t(o[i]), std::int64_t(a[i])), top));
+    }
+  });
+  progress::end(label);
+  m.target.clear();
+  return true;
+}
+
 // A fold over the operands: out := in[0], then out := step(out, in[k]).
 template <typename Step>
 void fold(macroengine& m, wideview label, Step step) {
-  if (!many(m)) return;
+  if (!many(m) || fold_alike(m, label, step)) return;
   combine(m, macro::parameter_count(m), label, [&](rowset& r) {
     std::int64_t* o = r.out.data();
     std::copy(r.in[0].begin(), r.in[0].end(), o);

@@ -238,33 +238,42 @@ void fill_holes_cmd(macroengine& m) {
   with_voxels(f, [&](auto* v) {
     using T = std::remove_pointer_t<decltype(v)>;
     const std::int64_t w = f.width, h = f.height, d = f.depth;
-    // 0 unreached, 1 structure or reached from outside.
-    std::vector<std::uint8_t> seen(std::size_t(w * h * d));
-    for (std::size_t i = 0; i < seen.size(); ++i) seen[i] = r.contains(v[i]);
-    std::vector<std::size_t> stack;
-    auto push = [&](std::size_t i) {
-      if (!seen[i]) seen[i] = 1, stack.push_back(i);
-    };
+    // The field with two layers around it: the inner layer is open space that
+    // touches every face, the outer one a wall, so that the fill needs no bounds
+    // tests. 0 open and unreached, 1 structure, wall or reached.
+    const std::int64_t pw = w + 4, ph = h + 4, pd = d + 4, pp = pw * ph;
+    std::vector<std::uint8_t> seen(static_cast<std::size_t>(pp * pd), 1);
+    auto inner = [&](std::int64_t x, std::int64_t y, std::int64_t z) { return ((z + 2) * ph + y + 2) * pw + x + 2; };
+    for (std::int64_t z = -1; z <= d; ++z)
+      for (std::int64_t y = -1; y <= h; ++y) {
+        std::uint8_t* row = seen.data() + inner(0, y, z);
+        if (z < 0 || y < 0 || z >= d || y >= h) {
+          std::fill(row - 1, row + w + 1, 0);
+          continue;
+        }
+        const T* src = v + (z * h + y) * w;
+        row[-1] = row[w] = 0;
+        for (std::int64_t x = 0; x < w; ++x) row[x] = r.contains(src[x]);
+      }
     progress::set(0, u"  Search outside");
-    for (std::int64_t z = 0; z < d; ++z)
-      for (std::int64_t y = 0; y < h; ++y)
-        for (std::int64_t x = 0; x < w; ++x)
-          if (x == 0 || y == 0 || z == 0 || x == w - 1 || y == h - 1 || z == d - 1) push(flat(f, x, y, z));
-    const std::size_t sx = 1, sy = std::size_t(w), sz = std::size_t(w * h);
+    std::vector<std::int64_t> stack{inner(-1, -1, -1)};
+    seen[std::size_t(stack[0])] = 1;
+    const std::int64_t steps[6] = {1, -1, pw, -pw, pp, -pp};
+    std::uint8_t* s = seen.data();
     while (!stack.empty()) {
-      std::size_t i = stack.back();
+      std::int64_t i = stack.back();
       stack.pop_back();
-      std::size_t x = i % sy, y = (i / sy) % std::size_t(h), z = i / sz;
-      if (x > 0) push(i - sx);
-      if (x + 1 < std::size_t(w)) push(i + sx);
-      if (y > 0) push(i - sy);
-      if (y + 1 < std::size_t(h)) push(i + sy);
-      if (z > 0) push(i - sz);
-      if (z + 1 < std::size_t(d)) push(i + sz);
+      for (std::int64_t step : steps)
+        if (!s[i + step]) s[i + step] = 1, stack.push_back(i + step);
     }
     progress::end(u"  Search outside");
-    for (std::size_t i = 0; i < seen.size(); ++i)
-      if (!seen[i]) v[i] = T(value);
+    for (std::int64_t z = 0; z < d; ++z)
+      for (std::int64_t y = 0; y < h; ++y) {
+        const std::uint8_t* row = s + inner(0, y, z);
+        T* out = v + (z * h + y) * w;
+        for (std::int64_t x = 0; x < w; ++x)
+          if (!row[x]) out[x] = T(value);
+      }
   });
 }
 
