@@ -150,6 +150,7 @@ void register_commands(macroengine& m) {
   register_append(m);
   register_morph(m);
   register_filter(m);
+  register_tone(m);
 }
 
 }  // namespace qv::scalar
