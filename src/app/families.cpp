@@ -37,6 +37,7 @@ void register_all(macroengine& m) {
   workspace::register_family<vectorfield>(m);
   vector::register_commands(m);
   vector::register_files(m);
+  vector::register_resample(m);
   workspace::register_family<tensorfield>(m);
   workspace::register_family<mesh>(m);
   workspace::register_family<cloud>(m);

@@ -4,7 +4,7 @@
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
 #include "foundation/progress.h"
-#include "foundation/threads.h"
+#include "foundation/slice_ring.h"
 #include "images/image_tone.h"
 #include "volumes/scalar_commands.h"
 #include "volumes/scalar_filter.h"
@@ -83,51 +83,10 @@ struct meankernel {
   T inner(std::int64_t c, std::uint32_t s) const { return result(c, std::int64_t(s / 27u)); }
 };
 
-// What one run of a filter holds: the field's voxels and sizes, and the kernel.
-template <typename T, typename Slice>
-struct ringcontext {
-  T* v;
-  std::int64_t w, h, d;
-  Slice slice;   // slice(const T* v, z, T* out), z from 0
-};
-
-template <typename T, typename Slice>
-void ring_compute(void* c, std::int64_t z, unsigned char* buffer) {
-  auto* r = static_cast<ringcontext<T, Slice>*>(c);
-  r->slice(r->v, z - 1, reinterpret_cast<T*>(buffer));
-}
-
-template <typename T, typename Slice>
-void ring_write(void* c, std::int64_t z, const unsigned char* buffer) {
-  auto* r = static_cast<ringcontext<T, Slice>*>(c);
-  std::copy_n(reinterpret_cast<const T*>(buffer), r->w * r->h, r->v + (z - 1) * r->w * r->h);
-}
-
-// The serial routine: slice z goes back once z+1 has been computed, so every
-// slice is computed from old neighbours, as in the ring.
-template <typename T, typename Slice>
-void ring_serial(void* c) {
-  auto* r = static_cast<ringcontext<T, Slice>*>(c);
-  const std::size_t plane = std::size_t(r->w * r->h);
-  std::vector<T> held[2] = {std::vector<T>(plane), std::vector<T>(plane)};
-  for (std::int64_t z = 0; z < r->d; ++z) {
-    r->slice(r->v, z, held[z & 1].data());
-    if (z > 0) std::copy(held[(z - 1) & 1].begin(), held[(z - 1) & 1].end(), r->v + (z - 1) * std::int64_t(plane));
-  }
-  if (r->d > 0) std::copy(held[(r->d - 1) & 1].begin(), held[(r->d - 1) & 1].end(), r->v + (r->d - 1) * std::int64_t(plane));
-}
-
 // Runs `slice` over every z of the typed voxels, through the ring or serially.
 template <typename T, typename Slice>
 void run_ring(T* v, std::int64_t w, std::int64_t h, std::int64_t d, std::int64_t threads, wideview label, Slice slice) {
-  ringcontext<T, Slice> c{v, w, h, d, slice};
-  threads::ringjob job;
-  job.slice_bytes = std::size_t(w * h) * sizeof(T);
-  job.compute = ring_compute<T, Slice>;
-  job.write = ring_write<T, Slice>;
-  job.serial = ring_serial<T, Slice>;
-  job.context = &c;
-  threads::per_slice_ring(d, threads, label, job);
+  threads::ring_filter(v, w * h, d, threads, label, slice);
 }
 
 // ---- label smoothing and the weighted filter
