@@ -20,8 +20,14 @@ struct passrule {
   valuerange range;
   std::int64_t n = 13;
   bool grow = false, label = false, fixed = false;
+  // Thinning: only voxels whose neighbour on side `side` (0..5: -x, +x, -y, +y,
+  // -z, +z) is of the other class change, and never one with fewer than two
+  // neighbours of its own class, so that lines keep their ends.
+  int side = -1;
   std::int64_t value = 0;
 };
+
+constexpr int sides[6][3] = {{-1, 0, 0}, {1, 0, 0}, {0, -1, 0}, {0, 1, 0}, {0, 0, -1}, {0, 0, 1}};
 
 struct change {
   std::size_t index;
@@ -95,6 +101,28 @@ struct passrun {
     return best;
   }
 
+  // Whether the neighbours of the work class form one 26-connected piece in the
+  // block, so that taking the centre away splits nothing there.
+  bool one_piece(std::int64_t x, std::int64_t y, std::int64_t z) const {
+    bool mine[27];
+    int total = 0, first = -1;
+    for (int k = 0; k < 27; ++k) {
+      mine[k] = k != 13 && !is_counted(at(x + k % 3 - 1, y + (k / 3) % 3 - 1, z + k / 9 - 1));
+      if (mine[k]) ++total, first = first < 0 ? k : first;
+    }
+    if (total == 0) return false;
+    int stack[27], top = 0, reached = 1;
+    stack[top++] = first;
+    mine[first] = false;
+    while (top) {
+      int k = stack[--top];
+      for (int j = 0; j < 27; ++j)
+        if (mine[j] && std::abs(j % 3 - k % 3) <= 1 && std::abs((j / 3) % 3 - (k / 3) % 3) <= 1 && std::abs(j / 9 - k / 9) <= 1)
+          mine[j] = false, stack[top++] = j, ++reached;
+    }
+    return reached == total;
+  }
+
   // Mask plane z (0-based, may lie outside) with its border.
   void mask_plane(std::int64_t z, std::uint8_t* m) const {
     std::int64_t pw = f.width + 2, ph = f.height + 2;
@@ -143,6 +171,10 @@ struct passrun {
         for (std::int64_t x = x0; x < x1; ++x) {
           if (lut[r[x]]) continue;   // not of the work class
           std::int64_t count = a[o + x] + b[o + x] + c[o + x];
+          if (rule.side >= 0 && (26 - count < 2 || !is_counted(at(x + sides[rule.side][0], y + sides[rule.side][1],
+                                                                  z + sides[rule.side][2])) ||
+                                 !one_piece(x, y, z)))
+            continue;
           if (count > threshold) out.push_back({std::size_t((z * f.height + y) * f.width + x), replacement(x, y, z, count)});
         }
       }
@@ -218,6 +250,30 @@ void open_close_cmd(macroengine& m) {
   shrink.label = grow.label = label;
   grow.grow = true;
   std::int64_t total = close ? pass(f, grow) + pass(f, shrink) : pass(f, shrink) + pass(f, grow);
+  removed(total);
+}
+
+// `scalar.skeleton <a,b> n [v]`: one thinning round, a shrink pass from each of
+// the six sides in turn; `fullskeleton` repeats rounds as the full forms do.
+template <bool full, bool label>
+void skeleton_cmd(macroengine& m) {
+  if (macro::parameter_count(m) > 3) return macro::check_max(m, 3);
+  scalarfield& f = current();
+  if (!ready(m, f)) return;
+  passrule r = read_rule(m, f, 1, 2, 3);
+  r.label = label;
+  scratch s;
+  auto round = [&] {
+    std::int64_t n = 0;
+    for (r.side = 0; r.side < 6; ++r.side) n += pass(f, r, s);
+    return n;
+  };
+  if (!full) return removed(round());
+  const wideview title = u"  Remove pixels";
+  progress::set(0, title);
+  std::int64_t last = round(), total = last;
+  for (std::int64_t step = 0; last != 0 && step < 9999; ++step) total += last = round();
+  progress::end(title);
   removed(total);
 }
 
@@ -431,6 +487,10 @@ constexpr cmdrow rows[] = {
     {"fullgrow.label",           P, morph_cmd<true, true, true>,     "scalar.fullgrow.label <1,255> 13 [v]",  "fullgrow; a grown voxel takes the most frequent label around it"},
     {"open.label",               P, open_close_cmd<false, true>,     "scalar.open.label <128, 255> 4 4",      "open with the label forms"},
     {"close.label",              P, open_close_cmd<true, true>,      "scalar.close.label <128, 255> 4 4",     "close with the label forms"},
+    {"skeleton",                 P, skeleton_cmd<false, false>,      "scalar.skeleton <1,255> 13 [v]",        "thinning with the same counts: one shrink pass from each side"},
+    {"fullskeleton",             P, skeleton_cmd<true, false>,       "scalar.fullskeleton <1,255> 13 [v]",    "thinning until no more points or iteration steps > 9999"},
+    {"skeleton.label",           P, skeleton_cmd<false, true>,       "scalar.skeleton.label <1,255> 13 [v]",  "skeleton; a removed voxel takes the most frequent value around it"},
+    {"fullskeleton.label",       P, skeleton_cmd<true, true>,        "scalar.fullskeleton.label <1,255> 13 [v]", "fullskeleton; a removed voxel takes the most frequent value around it"},
     {"fill.cave.x",              P, fill_cave_cmd<0>,                "scalar.fill.cave.x <128, 255>",         "fill from outside along x axis; scalar.value is the fill value"},
     {"fill.cave.y",              P, fill_cave_cmd<1>,                "scalar.fill.cave.y <128, 255>",         "fill from outside along y axis; scalar.value is the fill value"},
     {"fill.cave.z",              P, fill_cave_cmd<2>,                "scalar.fill.cave.z <128, 255>",         "fill from outside along z axis; scalar.value is the fill value"},
