@@ -6,6 +6,7 @@
 #include "foundation/numbertext.h"
 #include "foundation/progress.h"
 #include "foundation/stats.h"
+#include "foundation/threads.h"
 #include "volumes/scalar_commands.h"
 #include "volumes/scalar_ops.h"
 
@@ -358,6 +359,47 @@ void fill_cave_cmd(macroengine& m) {
   });
 }
 
+// `scalar.fill.convex <128,255>`: a voxel outside the range is enclosed when
+// it lies between two voxels in it on its line in x, in y and in z; enclosed
+// voxels get `scalar.value`. The lines' first and last hits are found first,
+// then the slices are filled by the worker frame.
+void fill_convex_cmd(macroengine& m) {
+  if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
+  scalarfield& f = current();
+  if (!ready(m, f)) return;
+  valuerange r = read_range(macro::parameter(m, 1), f.tag);
+  const std::int64_t w = f.width, h = f.height, d = f.depth;
+  with_voxels(f, [&](auto* v) {
+    using T = std::remove_pointer_t<decltype(v)>;
+    // first and last index in range on each line, -1 and -2 where there is none
+    std::vector<std::int32_t> fx(std::size_t(h * d), -1), lx(fx.size(), -2), fy(std::size_t(w * d), -1),
+        ly(fy.size(), -2), fz(std::size_t(w * h), -1), lz(fz.size(), -2);
+    for (std::int64_t z = 0; z < d; ++z)
+      for (std::int64_t y = 0; y < h; ++y)
+        for (std::int64_t x = 0; x < w; ++x) {
+          if (!r.contains(v[flat(f, x, y, z)])) continue;
+          auto mark = [](std::vector<std::int32_t>& first, std::vector<std::int32_t>& last, std::int64_t line,
+                         std::int64_t i) {
+            if (first[std::size_t(line)] < 0) first[std::size_t(line)] = std::int32_t(i);
+            last[std::size_t(line)] = std::int32_t(i);
+          };
+          mark(fx, lx, z * h + y, x), mark(fy, ly, z * w + x, y), mark(fz, lz, y * w + x, z);
+        }
+    const T value = T(f.value);
+    auto slice = [&](std::int64_t z1) {
+      const std::int64_t z = z1 - 1;
+      for (std::int64_t y = 0; y < h; ++y)
+        for (std::int64_t x = 0; x < w; ++x) {
+          T& c = v[flat(f, x, y, z)];
+          const std::size_t ix = std::size_t(z * h + y), iy = std::size_t(z * w + x), iz = std::size_t(y * w + x);
+          if (!r.contains(c) && x > fx[ix] && x < lx[ix] && y > fy[iy] && y < ly[iy] && z > fz[iz] && z < lz[iz])
+            c = value;
+        }
+    };
+    threads::per_slice(d, thread_max(m), u"  Fill convex", slice);
+  });
+}
+
 // ---- convex hulls
 
 struct point2 {
@@ -500,6 +542,7 @@ constexpr cmdrow rows[] = {
     {"convex.xz",                P, convex_cmd<1>,                   "scalar.convex.xz <128, 255>",           "calculate convex hull (xz) and fill along y axis"},
     {"convex.z",                 P, convex_cmd<2>,                   "scalar.convex.z <128, 255>",            "calculate convex hull (xy) and fill along z axis"},
     {"convex.xy",                P, convex_cmd<2>,                   "scalar.convex.xy <128, 255>",           "calculate convex hull (xy) and fill along z axis"},
+    {"fill.convex",              P, fill_convex_cmd,                 "scalar.fill.convex <128, 255>",         "fill from outside"},
     {"fill.holes",               P, fill_holes_cmd,                  "scalar.fill.holes <5, 15> 10",          "fill holes with 10 from structures 5..15"},
     {"remove.outliers",          P, remove_outliers_cmd,             "scalar.remove.outliers 2",              "if value outside of median+/-(factor * abs(q.25-q.75))"},
 };
