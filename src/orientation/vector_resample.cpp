@@ -6,9 +6,9 @@
 #include "foundation/numbertext.h"
 #include "foundation/progress.h"
 #include "foundation/slice_ring.h"
-#include "foundation/stats.h"
 #include "orientation/vector_commands.h"
 #include "orientation/vectorfield.h"
+#include "volumes/resample.h"
 
 namespace qv::vector {
 namespace {
@@ -24,11 +24,7 @@ bool ready(macroengine& m, const vectorfield& f) {
   return false;
 }
 
-natvector read_natvector(wideview t) {
-  double v[3] = {0, 0, 0};
-  read_numbers(t, v, 3);
-  return {framemath::round(v[0]), framemath::round(v[1]), framemath::round(v[2])};
-}
+using resample::read_index;
 
 // The field of a `new := ...` form, or the current one.
 vectorfield& target_or_current(macroengine& m) {
@@ -90,10 +86,9 @@ void move_cmd(macroengine& m) {
   if (macro::parameter_count(m) != 3) return macro::check_exact(m, 3);
   vectorfield& f = current();
   if (!ready(m, f)) return;
-  const natvector a = read_natvector(macro::parameter(m, 1)), b = read_natvector(macro::parameter(m, 2));
-  const natvector d = read_natvector(macro::parameter(m, 3));
-  const natvector first{std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z)};
-  const natvector size{std::abs(b.x - a.x) + 1, std::abs(b.y - a.y) + 1, std::abs(b.z - a.z) + 1};
+  const natvector a = read_index(macro::parameter(m, 1)), b = read_index(macro::parameter(m, 2));
+  const natvector d = read_index(macro::parameter(m, 3));
+  const auto [first, size] = resample::between(a, b);
   const vectorfield block = cut(f, first, size);
   for (std::int64_t z = 0; z < size.z; ++z)
     for (std::int64_t y = 0; y < size.y; ++y)
@@ -114,47 +109,20 @@ void copy_method_cmd(macroengine& m) {
   copy_method = int(std::clamp<std::int64_t>(text::nat(macro::parameter(m, 1)), 0, 7));
 }
 
-double reduce(std::vector<double>& v, int method) {
-  switch (method) {
-    case 0: return stats::sum(v);
-    case 2: return stats::sd(v);
-    case 3: return stats::min(v);
-    case 7: return stats::max(v);
-    case 4: case 5: case 6: {
-      std::sort(v.begin(), v.end());
-      const stats::quartiles q = stats::quartiles_of(v);
-      return method == 4 ? q.q25 : method == 5 ? q.median : q.q75;
-    }
-    default: return stats::mean(v);
-  }
-}
-
-void block_of(std::int64_t i, std::int64_t n, std::int64_t t, std::int64_t& lo, std::int64_t& hi) {
-  lo = (i - 1) * n / t + 1;
-  hi = std::max(lo, i * n / t);
-}
-
 // `s` scaled to `size`, each voxel from the block it covers, as the scalar copy does.
 vectorfield scaled(const vectorfield& s, natvector size) {
   vectorfield out;
   if (!create_field(out, std::uint8_t(s.tag), size.x, size.y, size.z)) return out;
-  const double f[3] = {double(s.width) / double(size.x), double(s.height) / double(size.y),
-                       double(s.depth) / double(size.z)};
-  framemath::matrix mx = s.frame.matrix;
-  for (int r = 0; r < 3; ++r)
-    for (int c = 0; c < 3; ++c) mx.m[3 * r + c] *= f[r];
-  out.frame = s.frame;
-  frame_set_offset(out.frame, index_to_global(s.frame, {0.5 + f[0] / 2, 0.5 + f[1] / 2, 0.5 + f[2] / 2}));
-  frame_set_matrix(out.frame, mx);
+  out.frame = resample::scaled_frame(s.frame, {s.width, s.height, s.depth}, size);
   out.background = s.background;
   std::vector<double> c[3];
   for (std::int64_t z = 1; z <= size.z; ++z) {
     std::int64_t z0, z1, y0, y1, x0, x1;
-    block_of(z, s.depth, size.z, z0, z1);
+    resample::block_of(z, s.depth, size.z, z0, z1);
     for (std::int64_t y = 1; y <= size.y; ++y) {
-      block_of(y, s.height, size.y, y0, y1);
+      resample::block_of(y, s.height, size.y, y0, y1);
       for (std::int64_t x = 1; x <= size.x; ++x) {
-        block_of(x, s.width, size.x, x0, x1);
+        resample::block_of(x, s.width, size.x, x0, x1);
         for (auto& v : c) v.clear();
         for (std::int64_t k = z0; k <= z1; ++k)
           for (std::int64_t j = y0; j <= y1; ++j)
@@ -162,7 +130,7 @@ vectorfield scaled(const vectorfield& s, natvector size) {
               const vector v = get(s, i, j, k);
               c[0].push_back(v.x), c[1].push_back(v.y), c[2].push_back(v.z);
             }
-        set(out, x, y, z, {reduce(c[0], copy_method), reduce(c[1], copy_method), reduce(c[2], copy_method)});
+        set(out, x, y, z, {resample::reduce(c[0], copy_method), resample::reduce(c[1], copy_method), resample::reduce(c[2], copy_method)});
       }
     }
   }
@@ -185,7 +153,7 @@ void copy_cmd(macroengine& m) {
     t = *s;
     return;
   }
-  const natvector size = read_natvector(macro::parameter(m, 2));
+  const natvector size = read_index(macro::parameter(m, 2));
   if (!size_valid(size)) return macro::check_exact(m, 2);
   t = scaled(*s, size);
 }
@@ -195,7 +163,7 @@ void resize_cmd(macroengine& m) {
   if (n != 1 && n != 3) return macro::check_exact(m, 3);
   vectorfield& f = current();
   if (!ready(m, f)) return;
-  const natvector size = n == 1 ? read_natvector(macro::parameter(m, 1))
+  const natvector size = n == 1 ? read_index(macro::parameter(m, 1))
                                 : natvector{text::nat(macro::parameter(m, 1)), text::nat(macro::parameter(m, 2)),
                                             text::nat(macro::parameter(m, 3))};
   if (size_valid(size)) f = scaled(f, size);
@@ -208,14 +176,9 @@ void substack_cmd(macroengine& m) {
   if (n > 3) return macro::check_max(m, 3);
   const vectorfield* s = n == 3 ? workspace::get_source(m, workspace::list<vectorfield>(), macro::parameter(m, 1)) : &current();
   if (!s || !ready(m, *s)) return;
-  const natvector a = read_natvector(macro::parameter(m, n - 1)), b = read_natvector(macro::parameter(m, n));
-  const natvector first{std::max<std::int64_t>(1, std::min(a.x, b.x)), std::max<std::int64_t>(1, std::min(a.y, b.y)),
-                        std::max<std::int64_t>(1, std::min(a.z, b.z))};
-  const natvector last{std::min(s->width, std::max(a.x, b.x)), std::min(s->height, std::max(a.y, b.y)),
-                       std::min(s->depth, std::max(a.z, b.z))};
-  natvector size{last.x - first.x + 1, last.y - first.y + 1, last.z - first.z + 1};
-  if (size.x < 1 || size.y < 1 || size.z < 1) size = {0, 0, 0};
-  vectorfield out = cut(*s, first, size);
+  const natvector a = read_index(macro::parameter(m, n - 1)), b = read_index(macro::parameter(m, n));
+  const resample::block k = resample::between_clipped(a, b, {s->width, s->height, s->depth});
+  vectorfield out = cut(*s, k.first, k.size);
   target_or_current(m) = std::move(out);
   m.target.clear();
 }

@@ -5,8 +5,8 @@
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
 #include "foundation/progress.h"
-#include "foundation/stats.h"
 #include "volumes/scalar_commands.h"
+#include "volumes/resample.h"
 #include "volumes/scalar_ops.h"
 
 namespace qv::scalar {
@@ -14,11 +14,7 @@ namespace {
 
 using framemath::natvector;
 
-natvector read_natvector(wideview t) {
-  double v[3] = {0, 0, 0};
-  read_numbers(t, v, 3);
-  return {framemath::round(v[0]), framemath::round(v[1]), framemath::round(v[2])};
-}
+using resample::read_index;
 
 // A field of `size` with the type, labels and frame of `like`, its origin moved to
 // index `first` of `like`; the voxels are zero.
@@ -87,10 +83,9 @@ void move_cmd(macroengine& m) {
   if (macro::parameter_count(m) != 3) return macro::check_exact(m, 3);
   scalarfield& f = current();
   if (!ready(m, f)) return;
-  natvector a = read_natvector(macro::parameter(m, 1)), b = read_natvector(macro::parameter(m, 2));
-  natvector d = read_natvector(macro::parameter(m, 3));
-  natvector first{std::min(a.x, b.x), std::min(a.y, b.y), std::min(a.z, b.z)};
-  natvector size{std::abs(b.x - a.x) + 1, std::abs(b.y - a.y) + 1, std::abs(b.z - a.z) + 1};
+  natvector a = read_index(macro::parameter(m, 1)), b = read_index(macro::parameter(m, 2));
+  natvector d = read_index(macro::parameter(m, 3));
+  const auto [first, size] = resample::between(a, b);
   scalarfield block;
   if (!create_checked(block, std::uint8_t(f.tag), size.x, size.y, size.z)) return;
   copy_box(f, first, block, {1, 1, 1}, size);
@@ -157,41 +152,6 @@ void copy_method_cmd(macroengine& m) {
   copy_method = int(std::clamp<std::int64_t>(text::nat(macro::parameter(m, 1)), 0, 7));
 }
 
-double reduce(std::vector<double>& v, int method) {
-  switch (method) {
-    case 0: return stats::sum(v);
-    case 2: return stats::sd(v);
-    case 3: return stats::min(v);
-    case 7: return stats::max(v);
-    case 4: case 5: case 6: {
-      std::sort(v.begin(), v.end());
-      stats::quartiles q = stats::quartiles_of(v);
-      return method == 4 ? q.q25 : method == 5 ? q.median : q.q75;
-    }
-    default: return stats::mean(v);
-  }
-}
-
-// The most frequent value of a block; ties go to the smaller value.
-double most_frequent(std::vector<double>& v) {
-  std::sort(v.begin(), v.end());
-  double best = v.empty() ? 0 : v[0];
-  std::size_t bestrun = 0;
-  for (std::size_t i = 0; i < v.size();) {
-    std::size_t j = i;
-    while (j < v.size() && v[j] == v[i]) ++j;
-    if (j - i > bestrun) bestrun = j - i, best = v[i];
-    i = j;
-  }
-  return best;
-}
-
-// First and last source index of target index i, when n source indices become t.
-void block_of(std::int64_t i, std::int64_t n, std::int64_t t, std::int64_t& lo, std::int64_t& hi) {
-  lo = (i - 1) * n / t + 1;
-  hi = std::max(lo, i * n / t);
-}
-
 // `s` scaled to `size`: each voxel takes the block of source voxels it covers
 // through `method` (or the most frequent value, for labels). The frame keeps
 // the field where it was: the steps grow by the scale, and the origin moves to
@@ -201,27 +161,21 @@ scalarfield scaled(const scalarfield& s, natvector size, int method, bool label)
   if (!create_checked(out, std::uint8_t(s.tag), size.x, size.y, size.z)) return out;
   out.labels = s.labels;
   out.background = s.background, out.value = s.value;
-  framemath::matrix mx = s.frame.matrix;
-  double f[3] = {double(s.width) / double(size.x), double(s.height) / double(size.y), double(s.depth) / double(size.z)};
-  for (int r = 0; r < 3; ++r)
-    for (int c = 0; c < 3; ++c) mx.m[3 * r + c] *= f[r];
-  out.frame = s.frame;
-  frame_set_offset(out.frame, index_to_global(s, {0.5 + f[0] / 2, 0.5 + f[1] / 2, 0.5 + f[2] / 2}));
-  frame_set_matrix(out.frame, mx);
+  out.frame = resample::scaled_frame(s.frame, {s.width, s.height, s.depth}, size);
   std::vector<double> v;
   progress::set(0, u"  Copy");
   for (std::int64_t z = 1; z <= size.z; ++z) {
     std::int64_t z0, z1, y0, y1, x0, x1;
-    block_of(z, s.depth, size.z, z0, z1);
+    resample::block_of(z, s.depth, size.z, z0, z1);
     for (std::int64_t y = 1; y <= size.y; ++y) {
-      block_of(y, s.height, size.y, y0, y1);
+      resample::block_of(y, s.height, size.y, y0, y1);
       for (std::int64_t x = 1; x <= size.x; ++x) {
-        block_of(x, s.width, size.x, x0, x1);
+        resample::block_of(x, s.width, size.x, x0, x1);
         v.clear();
         for (std::int64_t c = z0; c <= z1; ++c)
           for (std::int64_t b = y0; b <= y1; ++b)
             for (std::int64_t a = x0; a <= x1; ++a) v.push_back(double(get(s, a, b, c)));
-        set(out, x, y, z, fit_real(out.tag, label ? most_frequent(v) : reduce(v, method)));
+        set(out, x, y, z, fit_real(out.tag, label ? resample::most_frequent(v) : resample::reduce(v, method)));
       }
     }
     progress_step(z, size.z, u"  Copy");
@@ -248,7 +202,7 @@ void copy_cmd(macroengine& m) {
     t = s;
     return;
   }
-  natvector size = read_natvector(macro::parameter(m, 2));
+  natvector size = read_index(macro::parameter(m, 2));
   if (!size_valid(size)) return macro::check_exact(m, 2);
   t = scaled(s, size, copy_method, label);
 }
@@ -259,7 +213,7 @@ void resize_cmd(macroengine& m) {
   if (n != 1 && n != 3) return macro::check_exact(m, 3);
   scalarfield& f = current();
   if (!ready(m, f)) return;
-  natvector size = n == 1 ? read_natvector(macro::parameter(m, 1))
+  natvector size = n == 1 ? read_index(macro::parameter(m, 1))
                           : natvector{text::nat(macro::parameter(m, 1)), text::nat(macro::parameter(m, 2)),
                                       text::nat(macro::parameter(m, 3))};
   if (!size_valid(size)) return;
@@ -275,15 +229,10 @@ void substack_cmd(macroengine& m) {
   if (n == 3 && !sources(m, 1, 1, src)) return;
   const scalarfield& s = n == 3 ? *src[0] : current();
   if (!ready(m, s)) return;
-  natvector a = read_natvector(macro::parameter(m, n - 1)), b = read_natvector(macro::parameter(m, n));
-  natvector first{std::max<std::int64_t>(1, std::min(a.x, b.x)), std::max<std::int64_t>(1, std::min(a.y, b.y)),
-                  std::max<std::int64_t>(1, std::min(a.z, b.z))};
-  natvector last{std::min(s.width, std::max(a.x, b.x)), std::min(s.height, std::max(a.y, b.y)),
-                 std::min(s.depth, std::max(a.z, b.z))};
-  natvector size{last.x - first.x + 1, last.y - first.y + 1, last.z - first.z + 1};
-  if (size.x < 1 || size.y < 1 || size.z < 1) size = {0, 0, 0};
-  scalarfield out = cut_field(s, first, size);
-  copy_box(s, first, out, {1, 1, 1}, size);
+  natvector a = read_index(macro::parameter(m, n - 1)), b = read_index(macro::parameter(m, n));
+  const resample::block k = resample::between_clipped(a, b, {s.width, s.height, s.depth});
+  scalarfield out = cut_field(s, k.first, k.size);
+  copy_box(s, k.first, out, {1, 1, 1}, k.size);
   target_or_current(m) = std::move(out);
   m.target.clear();
 }
