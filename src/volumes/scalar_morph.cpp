@@ -313,15 +313,22 @@ void fill_holes_cmd(macroengine& m) {
         for (std::int64_t x = 0; x < w; ++x) row[x] = r.contains(src[x]);
       }
     progress::set(0, u"  Search outside");
+    // A scan-line fill: each seed opens its whole run along x, and each of
+    // the four rows beside the run gets one seed per open stretch.
     std::vector<std::int64_t> stack{inner(-1, -1, -1)};
-    seen[std::size_t(stack[0])] = 1;
-    const std::int64_t steps[6] = {1, -1, pw, -pw, pp, -pp};
+    const std::int64_t beside[4] = {pw, -pw, pp, -pp};
     std::uint8_t* s = seen.data();
     while (!stack.empty()) {
       std::int64_t i = stack.back();
       stack.pop_back();
-      for (std::int64_t step : steps)
-        if (!s[i + step]) s[i + step] = 1, stack.push_back(i + step);
+      if (s[i]) continue;
+      std::int64_t lo = i, hi = i;
+      while (!s[lo - 1]) --lo;
+      while (!s[hi + 1]) ++hi;
+      std::fill(s + lo, s + hi + 1, std::uint8_t(1));
+      for (std::int64_t step : beside)
+        for (std::int64_t j = lo + step; j <= hi + step; ++j)
+          if (!s[j] && (j == lo + step || s[j - 1])) stack.push_back(j);
     }
     progress::end(u"  Search outside");
     for (std::int64_t z = 0; z < d; ++z)
