@@ -67,7 +67,7 @@ bool sources(macroengine& m, std::size_t from, std::size_t to, std::vector<const
   out.clear();
   for (std::size_t i = from; i <= to; ++i) {
     const scalarfield* f = workspace::get_source(m, workspaces(), macro::parameter(m, i));
-    if (!f) return false;
+    if (!f || !ready(m, *f)) return false;
     out.push_back(f);
   }
   return true;

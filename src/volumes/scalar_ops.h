@@ -41,7 +41,8 @@ valuerange read_range(wideview t, scalartag tag);
 // The field of a `new := ...` form, or the current one without `:=`.
 scalarfield& target_or_current(macroengine& m);
 
-// Sources named by parameters from..to; false (after the report) when one is unknown.
+// Sources named by parameters from..to; false (after the report) when one is
+// unknown or has no voxels.
 bool sources(macroengine& m, std::size_t from, std::size_t to, std::vector<const scalarfield*>& out);
 
 // Sizes an empty target like `first` (keeping its element type); a target with
