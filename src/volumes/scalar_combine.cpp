@@ -356,8 +356,11 @@ constexpr cmdrow rows[] = {
     {"median.outliers", F, median_outliers_cmd, "new := scalar.median.outliers old1 old2 ...",  "median without values outside median+/-(2 * abs(q.25-q.75))"},
     {"intensity",       F, intensity_cmd,       "new := scalar.intensity old1 old2 80 120",     "new := (old1/80 + old2/120)/2 * (80+120)/2"},
     {"select",          F, select_cmd,          "new := scalar.select old1 <128, 255> 1",       "new := if old1 into value or range then set new to old1 (or to 1)"},
+    {"select",          P, select_cmd,          "scalar.select old1 6",                         "current := if old1 is 6 then set it to old1"},
     {"mask",            F, mask_cmd,            "new := scalar.mask old1 mask 0 <1, 10>",       "new := if mask = (0 or 1..10 or ...) use old1"},
-    {"mask.binary",     F, mask_binary_cmd,     "new := scalar.mask.binary old1 mask #0101",    "new := if mask and #0101 use old1"},
+    {"mask",            P, mask_cmd,            "scalar.mask old1 mask 0 <1, 10>",              "current := if mask = (0 or 1..10 or ...) use old1"},
+    {"mask.binary",     F, mask_binary_cmd,     "new := scalar.mask.binary old1 mask 5",        "new := if mask and 5 (bits 0101) use old1"},
+    {"mask.binary",     P, mask_binary_cmd,     "scalar.mask.binary old1 mask 5",               "current := if mask and 5 use old1"},
     {"setendian",       P, setendian_cmd,       "scalar.setendian",                             "swap endianness $ABCD -> $CDAB"},
 };
 
