@@ -3,7 +3,8 @@
 # blobs written as PGM slices go through both, and the voxels must agree.
 set -u
 prog=$(readlink -f "$1")
-/usr/bin/python3 -c "import scipy.ndimage, numpy" 2>/dev/null || { echo "skipped: python3-scipy not installed"; exit 77; }
+source "$(dirname "$(readlink -f "$0")")/../skip.sh"
+/usr/bin/python3 -c "import scipy.ndimage, numpy" 2>/dev/null || reader_missing "python3-scipy not installed"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 cd "$dir"
