@@ -40,6 +40,7 @@ void register_all(macroengine& m) {
   workspace::register_family<vectorfield>(m);
   vector::register_commands(m);
   vector::register_files(m);
+  vector::register_resample(m);
   line::register_stream(m);
   workspace::register_family<tensorfield>(m);
   meshes::register_commands(m);

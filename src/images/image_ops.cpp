@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "foundation/console.h"
+#include "images/image_tone.h"
 
 namespace qv {
 namespace image {
@@ -35,33 +36,15 @@ void each_colour_plane(imagebody& b, fieldtag t, F fn) {
 
 template <typename T, std::size_t N>
 void sign_table(T (&t)[N]) {
-  constexpr std::size_t half = N / 2;
-  for (std::size_t v = 0; v < N; ++v) t[v] = T(v < half ? v + half : v - half);
+  tone::sign_table(t, N);
 }
 
-// The table of `setrange` from the histogram, in stored values; false when
-// the data is neither shifted nor wrapped and nothing is to be applied.
+// The table of `setrange` from the histogram, in stored values.
 template <typename T, std::size_t N>
 bool range_table(const plane<T>& p, T (&t)[N]) {
   std::vector<std::int64_t> h(N + 1, 0);
   for (T v : p.data) ++h[std::size_t(v) + 1];   // entries from 1: entry i counts value i-1
-  std::fill(t, t + N, T(0));
-  const std::int64_t n = std::int64_t(N);
-  if (h[1] == 0 || h[n] == 0) {
-    std::int64_t s = 1;
-    while (s <= n && h[s] == 0) ++s;
-    if (s > n) s = 1;
-    for (std::int64_t i = s; i <= n; ++i) t[i - 1] = T(i - s);
-    return true;
-  }
-  if (h[n / 2] != 0) return false;
-  std::int64_t a = n / 2, b = n / 2;
-  while (a <= n && h[a] == 0) ++a;
-  while (b >= 1 && h[b] == 0) --b;
-  if (a > n || b < 1) return false;
-  for (std::int64_t i = a; i <= n; ++i) t[i - 1] = T(i - a);
-  for (std::int64_t i = 1; i <= b; ++i) t[i - 1] = T(i + (n - a));
-  return true;
+  return tone::range_table(h.data(), std::int64_t(N), t);
 }
 
 void range_plane8(plane8& p) {

@@ -4,4 +4,5 @@
 
 namespace qv::vector {
 void register_commands(macroengine& m);
+void register_resample(macroengine& m);   // crop, move, copies, sub-stacks and kernels
 }

@@ -10,6 +10,7 @@
 #include "images/image_files.h"
 #include "orientation/formats/vector_formats.h"
 #include "volumes/formats/nifti.h"
+#include "volumes/scalar_append.h"
 
 namespace qv::vector {
 namespace {
@@ -68,36 +69,46 @@ void load_header(macroengine& m, niftipart part) {
 void load_properties_cmd(macroengine& m) { load_header(m, niftipart::frame); }
 void load_framework_cmd(macroengine& m) { load_header(m, niftipart::framework); }
 
-// Reads a file as a field and merges it voxel by voxel into the current one.
-enum class merge : std::uint8_t { all, without_zero, longest };
+// Reads a file as a field and merges it into the current one by the shared
+// merge of the volumes: the box that covers both in global coordinates.
+enum class mergeform : std::uint8_t { all, without_zero, longest };
 
-void append(macroengine& m, merge how) {
+void append(macroengine& m, mergeform how) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
   const widetext name = macro::parameter(m, 1);
   print::line(u"Read file (" + name + u").");
   vectorfield other;
-  if (!load_by_extension(other, text::utf8(name))) return;
+  if (!load_by_extension(other, text::utf8(name)) || !has_voxels(other)) return;
   vectorfield& f = current();
   if (!has_voxels(f)) {
     f = std::move(other);
     return;
   }
-  static constexpr const char16_t* labels[3] = {u"  Merging", u"  Merging (without zero)",
-                                                u"  Merging (without zero and for the longest vector)"};
-  const widetext label = labels[int(how)];
-  const std::int64_t nx = std::min(f.width, other.width), ny = std::min(f.height, other.height),
-                     nz = std::min(f.depth, other.depth);
-  for (std::int64_t z = 1; z <= nz; ++z) {
-    progress::set(double(z - 1) / double(nz), label);
-    for (std::int64_t y = 1; y <= ny; ++y)
-      for (std::int64_t x = 1; x <= nx; ++x) {
+  const merge::plan p = merge::covering(f.frame, {f.width, f.height, f.depth}, other.frame,
+                                        {other.width, other.height, other.depth});
+  vectorfield out;
+  if (!create_field(out, std::uint8_t(f.tag), p.size.x, p.size.y, p.size.z)) return;
+  out.frame = f.frame;
+  frame_set_offset(out.frame, p.offset);
+  out.background = f.background;
+  for (std::int64_t z = 1; z <= f.depth; ++z)
+    for (std::int64_t y = 1; y <= f.height; ++y)
+      for (std::int64_t x = 1; x <= f.width; ++x)
+        set(out, x + p.current_shift.x, y + p.current_shift.y, z + p.current_shift.z, get(f, x, y, z));
+  const widetext label = how == mergeform::longest ? u"  Merging (without zero and for the longest vector)"
+                                                   : merge::label(how == mergeform::without_zero);
+  progress::set(0, label);
+  for (std::int64_t z = 1; z <= other.depth; ++z)
+    for (std::int64_t y = 1; y <= other.height; ++y)
+      for (std::int64_t x = 1; x <= other.width; ++x) {
         const vector v = get(other, x, y, z);
-        if (how != merge::all && v == vector{}) continue;
-        if (how == merge::longest && framemath::length(v) <= framemath::length(get(f, x, y, z))) continue;
-        set(f, x, y, z, v);
+        if (how != mergeform::all && v == vector{}) continue;
+        const framemath::natvector i = merge::place(p, x, y, z);
+        if (how == mergeform::longest && framemath::length(v) <= framemath::length(get(out, i.x, i.y, i.z))) continue;
+        set(out, i.x, i.y, i.z, v);
       }
-  }
   progress::end(label);
+  f = std::move(out);
 }
 
 // The header dump of `scalar.info`, for a vector file: to the console, or into the second parameter's file.
@@ -115,9 +126,9 @@ void info_cmd(macroengine& m) {
   for (const widetext& l : lines) file::write_line(h, l);
 }
 
-void append_cmd(macroengine& m) { append(m, merge::all); }
-void append_zero_cmd(macroengine& m) { append(m, merge::without_zero); }
-void append_best_cmd(macroengine& m) { append(m, merge::longest); }
+void append_cmd(macroengine& m) { append(m, mergeform::all); }
+void append_zero_cmd(macroengine& m) { append(m, mergeform::without_zero); }
+void append_best_cmd(macroengine& m) { append(m, mergeform::longest); }
 
 constexpr cmdkind P = cmdkind::procedure;
 

@@ -145,6 +145,12 @@ constexpr cmdrow rows[] = {
 void register_commands(macroengine& m) {
   macro::register_rows(m, "scalar.", rows);
   register_files(m);
+  register_combine(m);
+  register_resample(m);
+  register_append(m);
+  register_morph(m);
+  register_filter(m);
+  register_tone(m);
 }
 
 }  // namespace qv::scalar

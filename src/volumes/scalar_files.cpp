@@ -9,17 +9,19 @@
 #include "images/imagefield.h"
 #include "volumes/formats/nifti.h"
 #include "volumes/scalar_commands.h"
+#include "volumes/scalar_ops.h"
 
 namespace qv::scalar {
-namespace {
-
-std::uint8_t level() { return workspace_traits<scalarfield>::default_tag; }
 
 std::string file_parameter(macroengine& m, std::size_t i) {
   std::string s = text::utf8(macro::parameter(m, i));
   if (s.size() >= 2 && (s.front() == '"' || s.front() == '\'') && s.back() == s.front()) s = s.substr(1, s.size() - 2);
   return s;
 }
+
+namespace {
+
+std::uint8_t level() { return workspace_traits<scalarfield>::default_tag; }
 
 bool one_of(const std::string& e, std::initializer_list<const char*> list) {
   return std::any_of(list.begin(), list.end(), [&](const char* s) { return e == s; });
@@ -70,15 +72,15 @@ bool load_image_stack(scalarfield& f, std::uint8_t tag, const std::string& patte
   return true;
 }
 
-bool load_any(scalarfield& f, const std::string& name, std::int64_t stack) {
+bool load_any(scalarfield& f, std::uint8_t tag, const std::string& name, std::int64_t stack) {
   std::string e = image::file_extension(name);
-  if (nifti_extension(e)) return load_nifti(f, level(), name, stack);
+  if (nifti_extension(e)) return load_nifti(f, tag, name, stack);
   if (other_volume_extension(e)) {
     print::line(u"  Format not supported (" + text::from_utf8(e) + u")! Create empty field.");
-    create(f, level(), 0, 0, 0);
+    create(f, tag, 0, 0, 0);
     return false;
   }
-  return load_image_stack(f, level(), name);
+  return load_image_stack(f, tag, name);
 }
 
 std::int64_t stack_parameter(macroengine& m) {
@@ -88,7 +90,7 @@ std::int64_t stack_parameter(macroengine& m) {
 void load_cmd(macroengine& m) {
   if (macro::parameter_count(m) < 1) return macro::check_min(m, 1);
   if (macro::parameter_count(m) > 2) return macro::check_max(m, 2);
-  load_any(current(), file_parameter(m, 1), stack_parameter(m));
+  load_any(current(), level(), file_parameter(m, 1), stack_parameter(m));
 }
 
 // `scalar.load.nii`, `scalar.load.hdr`, `scalar.load.nii.gz`: NIfTI whatever the name says.
@@ -224,6 +226,8 @@ constexpr cmdrow rows[] = {
 };
 
 }  // namespace
+
+bool load_file(scalarfield& f, std::uint8_t tag, const std::string& name) { return load_any(f, tag, name, 0); }
 
 void register_files(macroengine& m) { macro::register_rows(m, "scalar.", rows); }
 
