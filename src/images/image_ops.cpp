@@ -12,12 +12,12 @@ namespace image {
 namespace {
 
 template <typename T>
-void fill_plane(plane<T>& p) {
+void fill_plane(imageplane<T>& p) {
   std::fill(p.data.begin(), p.data.end(), p.value);
 }
 
 template <typename T>
-bool plain_plane(const plane<T>& p) {
+bool plain_plane(const imageplane<T>& p) {
   if (p.data.empty()) return true;
   const T* d = p.data.data();
   const T first = d[0];
@@ -41,7 +41,7 @@ void sign_table(T (&t)[N]) {
 
 // The table of `setrange` from the histogram, in stored values.
 template <typename T, std::size_t N>
-bool range_table(const plane<T>& p, T (&t)[N]) {
+bool range_table(const imageplane<T>& p, T (&t)[N]) {
   std::vector<std::int64_t> h(N + 1, 0);
   for (T v : p.data) ++h[std::size_t(v) + 1];   // entries from 1: entry i counts value i-1
   return tone::range_table(h.data(), std::int64_t(N), t);
@@ -57,7 +57,7 @@ void range_plane16(plane16& p) {
 }
 
 template <typename T>
-void copy_rect(const plane<T>& from, plane<T>& to, std::int64_t x1, std::int64_t y1) {
+void copy_rect(const imageplane<T>& from, imageplane<T>& to, std::int64_t x1, std::int64_t y1) {
   for (std::int64_t y = 1; y <= to.height; ++y) {
     const T* src = from.data.data() + (y1 + y - 2) * from.width + (x1 - 1);
     std::copy(src, src + to.width, to.row(y));

@@ -319,9 +319,9 @@ void set_z(imagefield& f, std::int64_t x, std::int64_t y, std::int64_t z, rgbval
 // Value and background share their rules; `which` picks the member of each plane.
 namespace {
 template <typename T>
-T& slot(plane<T>& p, bool background) { return background ? p.background : p.value; }
+T& slot(imageplane<T>& p, bool background) { return background ? p.background : p.value; }
 template <typename T>
-T slot(const plane<T>& p, bool background) { return background ? p.background : p.value; }
+T slot(const imageplane<T>& p, bool background) { return background ? p.background : p.value; }
 
 rgbavalue read_setting(const imagefield& f, bool bg) {
   if (!f.pixels) return {};

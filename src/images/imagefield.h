@@ -25,7 +25,7 @@ struct rgbavalue {
 
 // One channel: row-major, x fastest, indices from 1 at the interface.
 template <typename T>
-struct plane {
+struct imageplane {
   std::vector<T> data;
   std::int64_t width = 0, height = 0;
   T background = 0;   // what reads outside the array give
@@ -49,8 +49,8 @@ struct plane {
   }
   T* row(std::int64_t y) { return data.data() + (y - 1) * width; }   // y from 1
 };
-using plane8 = plane<std::uint8_t>;
-using plane16 = plane<std::uint16_t>;
+using plane8 = imageplane<std::uint8_t>;
+using plane16 = imageplane<std::uint16_t>;
 
 // The pixel body. Which planes are in use follows the tag: `gray` or `fullgray`
 // alone; `red`, `green`, `blue` for rgb, plus `alpha` for rgba, plus `z` for zrgb.

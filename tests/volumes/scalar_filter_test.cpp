@@ -10,7 +10,7 @@ using namespace qv;
 namespace {
 
 template <typename T>
-scalarfield noise(scalartag t, std::vector<T> scalarfield::*voxels, std::int64_t top) {
+scalarfield noise(scalartag t, voxelvector<T> scalarfield::*voxels, std::int64_t top) {
   scalarfield f;
   scalar::create(f, std::uint8_t(t), 13, 11, 7);
   std::uint32_t seed = 99;
