@@ -9,6 +9,7 @@
 #include "lines/cloud.h"
 #include "meshes/mesh.h"
 #include "orientation/diffusion.h"
+#include "orientation/tensor_commands.h"
 #include "orientation/tensorfield.h"
 #include "orientation/vector_commands.h"
 #include "orientation/vector_files.h"
@@ -34,10 +35,14 @@ void register_all(macroengine& m) {
   scalar::register_commands(m);
   scalar::register_diffusion(m);
   scalar::register_diffusion_points(m);
+  scalar::register_connection(m);
   workspace::register_family<vectorfield>(m);
   vector::register_commands(m);
   vector::register_files(m);
   workspace::register_family<tensorfield>(m);
+  tensor::register_commands(m);
+  tensor::register_measures(m);
+  tensor::register_files(m);
   workspace::register_family<mesh>(m);
   workspace::register_family<cloud>(m);
 }
