@@ -8,6 +8,7 @@ packages=(
   python3                                   # whole-macro test runner
   pngcheck libtiff-tools netpbm python3-pil # third-party readers of our image files
   python3-nibabel                           # third-party reader of our volume files
+  mrtrix3 teem-apps                         # peer of the tensor measures, reader of our NRRD tensors
   libfreeimage3 libmagickwand-6.q16-6       # optional image libraries, loaded at run time
 )
 missing=()
