@@ -4,7 +4,10 @@
 
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
+#include "foundation/progress.h"
 #include "foundation/threads.h"
+#include "images/chart.h"
+#include "images/image_files.h"
 #include "orientation/connection.h"
 #include "orientation/diffusion.h"
 #include "orientation/scalar_source.h"
@@ -143,6 +146,50 @@ void aniso_run(macroengine& m, std::int64_t f) {
   run(m, in, settings_of(in, 0), f, form::aniso, aniso_radii(in, r));
 }
 
+// ---- histogram
+
+// The fractional anisotropy of the tensor at one voxel with scan length r and
+// the anisotropic sphere set; 0 for the fixed schemes and for a dark voxel.
+template <typename T>
+double anisotropy_at(const scan::volume<T>& v, const scalarfield& in, scan::scan_vector p, std::int64_t r) {
+  settings s = settings_of(in, r);
+  if (in.width < 1 || in.height < 1 || in.depth < 1 || connection::fixed_scheme(s.scheme)) return 0;
+  if (!v.data || v.read(std::uint64_t(p.x), std::uint64_t(p.y), std::uint64_t(p.z)) <= 0) return 0;
+  connection::directions d;
+  scan::direction_set_aniso(aniso_radii(in, double(r)), connection::limit_of(s.scheme), d.sphere, d.units);
+  scan::sample_list run;
+  const tensor6 t = connection::voxel(v, d, s, p, run);
+  if (tensor::is_null(t)) return 0;
+  const framemath::vector e = tensor::eigenvalues(t);
+  const double mean = (e.x + e.y + e.z) / 3, length = std::sqrt(e.x * e.x + e.y * e.y + e.z * e.z);
+  if (length == 0) return 0;
+  const double dx = e.x - mean, dy = e.y - mean, dz = e.z - mean;
+  return std::sqrt(1.5) * std::sqrt(dx * dx + dy * dy + dz * dz) / length;
+}
+
+void histogram_cmd(macroengine& m) {
+  pointargs a;
+  if (!point_args(m, a, false)) return;
+  print::line(u"Connection histogram at: " + point_text(a));
+  const scalarfield& in = current();
+  const std::int64_t most = framemath::round(double(std::min({in.width, in.height, in.depth})) * 0.5);
+  if (most < 1) return;
+  image::chartseries values;
+  values.x.resize(std::size_t(most));
+  values.y.resize(std::size_t(most));
+  const diffusion::scalarview v = diffusion::scalar_voxels(in);
+  for (std::int64_t r = most; r >= 1; --r) {
+    progress::set(double(most - r) / double(most), u"  Calculate histogram");
+    values.x[std::size_t(r - 1)] = double(r);
+    values.y[std::size_t(r - 1)] = v.fullgray.data ? anisotropy_at(v.fullgray, in, centre(a), r)
+                                                    : anisotropy_at(v.gray, in, centre(a), r);
+  }
+  progress::end(u"  Calculate histogram");
+  imagefield chart;
+  image::chart_draw(chart, 640, 480, {u"Connection histogram", u"scansize", u"number of maximas"}, {values});
+  image::save_field(chart, a.file);
+}
+
 void connection_cmd(macroengine& m) { connection_run(m, 1, form::reduced); }
 template <int F>
 void reduced_cmd(macroengine& m) { connection_run(m, F, form::reduced); }
@@ -164,6 +211,7 @@ constexpr cmdrow rows[] = {
     {"connection.adaptive.x3", P, adaptive_cmd<3>, "scalar.connection.adaptive.x3 16", "field of size/3 from the first non-zero voxel of each cube (also written adaptive_x3)"},
     {"connection.adaptive.x4", P, adaptive_cmd<4>, "scalar.connection.adaptive.x4 16", "field of size/4 from the first non-zero voxel of each cube (also written adaptive_x4)"},
     {"connection.adaptive.x5", P, adaptive_cmd<5>, "scalar.connection.adaptive.x5 16", "field of size/5 from the first non-zero voxel of each cube (also written adaptive_x5)"},
+    {"connection.histogram",   P, histogram_cmd,   "scalar.connection.histogram file.png <x,y,z>", "chart of the fractional anisotropy against scan size at one voxel"},
     {"connection.aniso",       P, aniso_cmd<1>,    "scalar.connection.aniso 16",       "full size, scan length 16 along the finest axis, longer along coarser ones"},
     {"connection.aniso.x2",    P, aniso_cmd<2>,    "scalar.connection.aniso.x2 16",    "anisotropic scan on every second voxel: field of size/2"},
     {"connection.aniso.x3",    P, aniso_cmd<3>,    "scalar.connection.aniso.x3 16",    "anisotropic scan on every third voxel: field of size/3"},
