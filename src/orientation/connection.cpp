@@ -28,6 +28,11 @@ void build_fixed(directions& d, int scheme, std::int64_t n) {
   d.fixed.assign(all, all + count);
 }
 
+void build_walks(directions& d) {
+  d.walks.clear();
+  for (const scan::scan_vector& e : d.sphere) d.walks.push_back(scan::walk::between(e, {-e.x, -e.y, -e.z}));
+}
+
 namespace {
 
 // Small spread weighs most; a line without spread counts by its length.
@@ -65,7 +70,9 @@ tensor6 voxel(const scan::volume<T>& v, const directions& d, const settings& s, 
   }
   for (std::size_t i = 0; i < d.sphere.size(); ++i) {
     const scan::scan_vector& e = d.sphere[i];
-    scan::scan_run(v, {p.x + e.x, p.y + e.y, p.z + e.z}, {p.x - e.x, p.y - e.y, p.z - e.z}, run);
+    const scan::scan_vector a{p.x + e.x, p.y + e.y, p.z + e.z}, b{p.x - e.x, p.y - e.y, p.z - e.z};
+    if (i < d.walks.size()) scan::scan_run(v, a, b, d.walks[i], run);
+    else scan::scan_run(v, a, b, run);
     const double c = double(run.size());
     const bool counts = s.n > 0 ? c >= double(s.n)
                                 : c >= std::sqrt(double(e.x * e.x) + double(e.y * e.y) + double(e.z * e.z));

@@ -26,9 +26,11 @@ struct settings {
 struct directions {
   scan::direction_list sphere;
   scan::unit_list units;
+  std::vector<scan::walk> walks;        // of each sphere direction, from p + d to p - d
   std::vector<scan::realvector> fixed;
 };
 void build_fixed(directions& d, int scheme, std::int64_t n);
+void build_walks(directions& d);        // after the sphere set is filled
 
 // The tensor at voxel p (1-based) whose value is above 0.
 template <typename T>

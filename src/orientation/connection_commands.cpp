@@ -60,6 +60,7 @@ void build_directions(connection::directions& d, const settings& s, form how, sc
   const std::int64_t limit = connection::limit_of(s.scheme);
   if (how == form::aniso) scan::direction_set_aniso(radii, limit, d.sphere, d.units);
   else scan::direction_set(s.n, limit, d.sphere, d.units);
+  connection::build_walks(d);
 }
 
 template <typename T>
