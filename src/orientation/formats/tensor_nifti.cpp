@@ -160,12 +160,8 @@ bool read_file(const std::string& name, std::string& bytes) {
 
 // The frame the header describes (sform, else qform, else voxel sizes), printed with its inverse.
 void apply_frame(tensorfield& f, const nifti::header& h) {
-  framemath::matrix m;
-  framemath::vector o{};
-  nifti::transformation(h, m, o);
-  frame_set_matrix(f.frame, m);
-  frame_set_offset(f.frame, o);
-  print::line(u"  Transformation: " + matrix_text(m) + u" + " + vector_text(o));
+  scalar::frame_from_header(h, f.frame);
+  print::line(u"  Transformation: " + matrix_text(f.frame.matrix) + u" + " + vector_text(f.frame.offset));
   print::line(u"  Inverse       : " + matrix_text(f.frame.inverse));
 }
 
