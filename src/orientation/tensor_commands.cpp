@@ -200,7 +200,7 @@ constexpr cmdrow rows[] = {
     {"unrotate",       P, shared::unrotate_cmd, "tensor.unrotate",                              "keeps only the lengths of the matrix rows"},
     {"l2g",            F, shared::l2g_fn,     "<x,y,z> := tensor.l2g <x,y,z>",                  "index to global position"},
     {"g2l",            F, shared::g2l_fn,     "<x,y,z> := tensor.g2l <x,y,z>",                  "global position to index"},
-    {"mask",           F, mask_cmd,           "new := tensor.mask old1 scalarmask 0 <1..10>",   "copies old1 where the mask holds one of the values or ranges"},
+    {"mask",           F, mask_cmd,           "new := tensor.mask old1 scalarmask 0 <1,10>",   "copies old1 where the mask holds one of the values or ranges"},
     {"mul",            P, mul_cmd,            "tensor.mul <1,1,1> <-1,-1,1>",                   "trace corner * all entries"},
     {"flip.x",         P, flip_cmd<0>,        "tensor.flip.x",                                  "mirrors along x, xy and xz change sign"},
     {"flip.y",         P, flip_cmd<1>,        "tensor.flip.y",                                  "mirrors along y, xy and yz change sign"},

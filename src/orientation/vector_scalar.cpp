@@ -85,13 +85,15 @@ double angle_degrees(vector a, vector b) {
 bool mask_range_parse(wideview text, maskrange& r) {
   std::u16string t(text);
   if (t.size() >= 2 && t.front() == u'<' && t.back() == u'>') t = t.substr(1, t.size() - 2);
-  const std::size_t dots = t.find(u"..");
+  // "<1..10>" or, as the tensor mask writes it, "<1,10>".
+  std::size_t dots = t.find(u".."), width = 2;
+  if (dots == std::u16string::npos) dots = t.find(u','), width = 1;
   if (dots == std::u16string::npos) {
     if (t.empty()) return false;
     r.low = r.high = text::nat(t);
     return true;
   }
-  const std::u16string a = t.substr(0, dots), b = t.substr(dots + 2);
+  const std::u16string a = t.substr(0, dots), b = t.substr(dots + width);
   if (a.empty() || b.empty()) return false;
   r.low = text::nat(a), r.high = text::nat(b);
   if (r.low > r.high) std::swap(r.low, r.high);

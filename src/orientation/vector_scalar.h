@@ -14,7 +14,7 @@ namespace qv::vector {
 struct maskrange {
   std::int64_t low = 0, high = 0;
 };
-// Reads "3", "<3>" or "<1..10>"; false for anything else.
+// Reads "3", "<3>", "<1..10>" or "<1,10>"; false for anything else.
 bool mask_range_parse(wideview text, maskrange& r);
 // Nulls every vector whose mask voxel is in none of the ranges; false when the sizes differ.
 bool mask_field(vectorfield& v, const scalarfield& mask, const std::vector<maskrange>& keep);
