@@ -10,7 +10,9 @@ A case is tests/<folder>/golden/<case>.macro with:
   <case>.stdin   optional standard input
   <case>.files/  optional files copied into the run folder first
   <case>.expect/ optional files the run must leave, compared exactly
-The run takes place in a fresh temporary folder. Paths, clock lines, the elapsed
+The run takes place in a fresh temporary folder, with QV_FROZEN_PROGRESS set so that
+progress lines see a clock that does not move (only the first and last line of each
+progress appear, however loaded the machine). Paths, clock lines, the elapsed
 time and the version are masked, and the "Image options" section of the optional
 image libraries is dropped. With --update the expectations are rewritten.
 """
@@ -51,8 +53,9 @@ def main():
             with open(base + ".args", encoding="utf-8") as f:
                 cmd = [l.rstrip("\n").replace("{macro}", case + ".macro") for l in f if l.rstrip("\n") != ""]
         stdin = open(base + ".stdin", "rb") if os.path.exists(base + ".stdin") else subprocess.DEVNULL
+        env = dict(os.environ, QV_FROZEN_PROGRESS="1")
         proc = subprocess.run([exe] + cmd, cwd=run_dir, stdin=stdin, stdout=subprocess.PIPE,
-                              stderr=subprocess.STDOUT, timeout=120)
+                              stderr=subprocess.STDOUT, timeout=120, env=env)
         out = mask(proc.stdout.decode("utf-8", "replace"), run_dir, exe)
         failures = []
         want_code = 0

@@ -106,7 +106,7 @@ void run(macroengine& m, const scalarfield& in, const settings& s, std::int64_t 
   const bool sized = prepare_result(out, in, f);
   print::line(how == form::aniso && connection::fixed_scheme(s.scheme) ? widetext(u"Method: not supported")
                                                                        : connection::method_line(s.scheme));
-  if (!sized) return macro::error(m, u"Error! Empty tensorfield!");
+  if (!sized) return print::line(u"Error! Empty tensorfield!");
   const diffusion::scalarview v = diffusion::scalar_voxels(in);
   if (v.fullgray.data) return scan_field(m, v.fullgray, s, f, how, radii, out);
   scan::volume<std::uint8_t> gray = v.gray;   // no data at all: null everywhere

@@ -3,6 +3,7 @@
 #include "orientation/vector_scalar.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <memory>
 #include <mutex>
@@ -143,6 +144,16 @@ void scan_adaptive(macroengine& m, const scan::volume<T>& v, const settings& s, 
   threads::per_slice(v.nz / f, thread_max(m), u"  Calculate vectorfield", worker);
 }
 
+// A result field that came out empty (a reduced size of 0 on an axis): the
+// frame still runs, and each slice finds no field, says so and is skipped;
+// the macro goes on.
+void empty_result(macroengine& m, std::int64_t slices) {
+  std::atomic<std::int64_t> skipped{0};
+  auto worker = [&](std::int64_t) { skipped.fetch_add(1, std::memory_order_relaxed); };
+  threads::per_slice(slices, thread_max(m), u"  Calculate vectorfield", worker);
+  for (std::int64_t z = 0; z < skipped.load(); ++z) print::line(u"Error! Empty vectorfield!");
+}
+
 void diffusion_run(macroengine& m, std::int64_t f, bool adaptive) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
   const std::int64_t n = text::nat(macro::parameter(m, 1));
@@ -156,7 +167,7 @@ void diffusion_run(macroengine& m, std::int64_t f, bool adaptive) {
   const bool sized = prepare_result(out, in, f);
   const settings s = settings_of(in, n);
   print::line(diffusion::method_line(s));
-  if (!sized) return macro::error(m, u"Error! Empty vectorfield!");
+  if (!sized) return empty_result(m, in.depth / f);
   const diffusion::scalarview v = diffusion::scalar_voxels(in);
   if (v.fullgray.data) {
     adaptive ? scan_adaptive(m, v.fullgray, s, f, out) : scan_field(m, v.fullgray, s, f, out);

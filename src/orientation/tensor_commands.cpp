@@ -17,9 +17,9 @@ namespace {
 
 tensorfield& current() { return *workspace::current<tensorfield>(); }
 
-bool ready(macroengine& m, const tensorfield& f) {
+bool ready(macroengine&, const tensorfield& f) {
   if (has_voxels(f)) return true;
-  macro::error(m, u"Error! Empty tensorfield!");
+  print::line(u"Error! Empty tensorfield!");
   return false;
 }
 
@@ -72,18 +72,13 @@ void mask_cmd(macroengine& m) {
   const scalarfield* mask = workspace::get_source(m, scalar::workspaces(), macro::parameter(m, 2));
   if (!mask) return;
   if (!ready(m, *a)) return;
-  if (!scalar::ifscalar(*mask)) return macro::error(m, u"Error! Empty scalarfield!");
+  if (!scalar::ifscalar(*mask)) return print::line(u"Error! Empty scalarfield!");
   if (a->width != mask->width || a->height != mask->height || a->depth != mask->depth)
-    return macro::error(m, u"Error! Scalar field (" + nat::text(mask->width) + u"x" + nat::text(mask->height) + u"x" +
+    return print::line(u"Error! Scalar field (" + nat::text(mask->width) + u"x" + nat::text(mask->height) + u"x" +
                                nat::text(mask->depth) + u") and tensor field (" +
                                workspace_traits<tensorfield>::size(*a) + u") differ in size!");
   std::vector<vector::maskrange> keep;
-  for (std::size_t i = 3; i <= n; ++i) {
-    vector::maskrange r;
-    if (!vector::mask_range_parse(macro::parameter(m, i), r))
-      return macro::error_syntax(m, u"Bad value or range (" + widetext(macro::parameter(m, i)) + u")!");
-    keep.push_back(r);
-  }
+  for (std::size_t i = 3; i <= n; ++i) keep.push_back(vector::mask_range_parse(macro::parameter(m, i)));
   tensorfield result = *a;
   vector::mask_field(result.diagonal, *mask, keep);
   vector::mask_field(result.offdiagonal, *mask, keep);

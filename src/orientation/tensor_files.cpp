@@ -20,7 +20,7 @@ bool is_nifti(const std::string& e) { return e == "nii" || e == "nii.gz" || e ==
 void save_cmd(macroengine& m) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
   const tensorfield& f = current();
-  if (!has_voxels(f)) return macro::error(m, u"Error! Empty tensorfield!");
+  if (!has_voxels(f)) return print::line(u"Error! Empty tensorfield!");
   const widetext name = macro::parameter(m, 1);
   const std::string file = text::utf8(name), e = image::file_extension(file);
   if (!is_nifti(e) && e != "nrrd" && e != "nhdr") return print::line(u"Not provided!");

@@ -41,10 +41,10 @@ double vr(framemath::vector e) {
 
 std::int64_t thread_max(macroengine& m) { return threads::max_from_text(macro::var_get(m, u"thread.max")); }
 
-const tensorfield* source(macroengine& m) {
+const tensorfield* source(macroengine&) {
   const tensorfield& f = *workspace::current<tensorfield>();
   if (has_voxels(f)) return &f;
-  macro::error(m, u"Error! Empty tensorfield!");
+  print::line(u"Error! Empty tensorfield!");
   return nullptr;
 }
 
@@ -85,7 +85,7 @@ void measure_cmd(macroengine& m) {
   scalarfield& s = macro::target(m).empty() ? scalar::current()
                                             : *workspace::get_target_or_current(scalar::workspaces(), macro::target(m));
   m.target.clear();
-  if (!scalar::ifscalar(s)) return macro::error(m, u"Error! Empty scalarfield (result)!");
+  if (!scalar::ifscalar(s)) return print::line(u"Error! Empty scalarfield (result)!");
   const tensorfield* f = source(m);
   if (!f) return;
   if (s.tag == scalartag::gray) measure_into(m, *f, s, s.grayvoxels.data(), Fn, Wide ? 255 : 128, 255);
@@ -119,7 +119,7 @@ void vector_cmd(macroengine& m) {
   auto& l = workspace::list<vectorfield>();
   vectorfield& v = macro::target(m).empty() ? *l.current_object() : *workspace::get_target_or_current(l, macro::target(m));
   m.target.clear();
-  if (!vector::has_voxels(v)) return macro::error(m, u"Error! Empty vectorfield (result)!");
+  if (!vector::has_voxels(v)) return print::line(u"Error! Empty vectorfield (result)!");
   const tensorfield* f = source(m);
   if (!f) return;
   const double k = !Unit ? 1.0 : v.tag == vectortag::nat ? 9223372036854775808.0 : v.tag == vectortag::rgb ? 255.0 : 1.0;

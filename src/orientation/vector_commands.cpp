@@ -27,10 +27,10 @@ vector unit(vector v) {
   return l == 0 ? v : v * (1 / l);
 }
 
-// Reports an empty field; true when there is data to work on.
-bool ready(macroengine& m, const vectorfield& f) {
+// An empty field says so in a status line (the macro goes on); true when there is data to work on.
+bool ready(const vectorfield& f) {
   if (has_voxels(f)) return true;
-  macro::error(m, u"Error! Empty vectorfield!");
+  print::line(u"Error! Empty vectorfield!");
   return false;
 }
 
@@ -100,7 +100,7 @@ template <typename Fn>
 void with_parameter(macroengine& m, Fn fn) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
   vectorfield& f = current();
-  if (!ready(m, f)) return;
+  if (!ready(f)) return;
   const vector p = read_vector(macro::parameter(m, 1));
   transform(f, [&](vector v) { return fn(v, p); });
 }
@@ -161,25 +161,25 @@ double norm_length(const vectorfield& f) {
   }
 }
 
-void norm_cmd(macroengine& m) {
+void norm_cmd(macroengine&) {
   vectorfield& f = current();
-  if (!ready(m, f)) return;
+  if (!ready(f)) return;
   const double top = norm_length(f);
   transform(f, [&](vector v) { return unit(v) * top; });
 }
 
 // Each vector divided by its smallest (or largest) component magnitude; a zero divisor leaves it.
-void norm_component(macroengine& m, bool largest) {
+void norm_component(bool largest) {
   vectorfield& f = current();
-  if (!ready(m, f)) return;
+  if (!ready(f)) return;
   transform(f, [&](vector v) {
     const double a = std::fabs(v.x), b = std::fabs(v.y), c = std::fabs(v.z);
     const double d = largest ? std::max({a, b, c}) : std::min({a, b, c});
     return d == 0 ? v : v * (1 / d);
   });
 }
-void norm_min_cmd(macroengine& m) { norm_component(m, false); }
-void norm_max_cmd(macroengine& m) { norm_component(m, true); }
+void norm_min_cmd(macroengine&) { norm_component(false); }
+void norm_max_cmd(macroengine&) { norm_component(true); }
 
 double longest(const vectorfield& f) {
   double most = 0;
@@ -190,32 +190,32 @@ double longest(const vectorfield& f) {
   return most;
 }
 
-void relative(macroengine& m, double factor) {
+void relative(double factor) {
   vectorfield& f = current();
-  if (!ready(m, f)) return;
+  if (!ready(f)) return;
   const double most = longest(f);
   if (most == 0) return;
   transform(f, [&](vector v) { return v * (factor / most); });
 }
-void norm_relative_cmd(macroengine& m) { relative(m, 1.0); }
+void norm_relative_cmd(macroengine&) { relative(1.0); }
 
 void setlength_cmd(macroengine& m) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
   vectorfield& f = current();
-  if (!ready(m, f)) return;
+  if (!ready(f)) return;
   const double l = text::real(macro::parameter(m, 1));
   transform(f, [&](vector v) { return unit(v) * l; });
 }
 
 void setlength_relative_cmd(macroengine& m) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
-  relative(m, text::real(macro::parameter(m, 1)));
+  relative(text::real(macro::parameter(m, 1)));
 }
 
 void erase(macroengine& m, bool above) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
   vectorfield& f = current();
-  if (!ready(m, f)) return;
+  if (!ready(f)) return;
   const double l = text::real(macro::parameter(m, 1));
   transform(f, [&](vector v) {
     const double len = framemath::length(v);
@@ -225,9 +225,9 @@ void erase(macroengine& m, bool above) {
 void erase_min_cmd(macroengine& m) { erase(m, false); }
 void erase_max_cmd(macroengine& m) { erase(m, true); }
 
-void background_cmd(macroengine& m) {
+void background_cmd(macroengine&) {
   vectorfield& f = current();
-  if (!ready(m, f)) return;
+  if (!ready(f)) return;
   vector sum{};
   for (std::int64_t z = 1; z <= f.depth; ++z) {
     progress::set(double(z - 1) / double(f.depth), u"Scan vectors");
@@ -239,9 +239,9 @@ void background_cmd(macroengine& m) {
 }
 
 // Equal to the background within a relative tolerance of 1e-9 (at least 1e-9 absolute).
-void cleanup_cmd(macroengine& m) {
+void cleanup_cmd(macroengine&) {
   vectorfield& f = current();
-  if (!ready(m, f)) return;
+  if (!ready(f)) return;
   const vector b = f.background;
   const double tolerance = 1e-9 * std::max(1.0, framemath::length(b));
   progress::set(0.0, u"Cleanup");
@@ -253,18 +253,18 @@ void direction_cmd(macroengine& m) {
   with_parameter(m, [](vector v, vector p) { return dot(v, p) < 0 ? v * -1.0 : v; });
 }
 
-void inverse_cmd(macroengine& m) {
+void inverse_cmd(macroengine&) {
   vectorfield& f = current();
-  if (!ready(m, f)) return;
+  if (!ready(f)) return;
   auto inv = [](double c) { return c == 0 ? 0.0 : 1 / c; };
   transform(f, [&](vector v) { return vector{inv(v.x), inv(v.y), inv(v.z)}; });
 }
 
 // Mirrors the voxel order along one axis and negates that component.
 template <int Axis>
-void flip_cmd(macroengine& m) {
+void flip_cmd(macroengine&) {
   vectorfield& f = current();
-  if (!ready(m, f)) return;
+  if (!ready(f)) return;
   static constexpr const char16_t* labels[3] = {u"  Flip x", u"  Flip y", u"  Flip z"};
   const std::int64_t n[3] = {f.width, f.height, f.depth};
   progress::set(0.0, labels[Axis]);

@@ -38,7 +38,7 @@ void save_cmd(macroengine& m) {
   if (n < 1) return macro::check_min(m, 1);
   if (n > 2) return macro::check_max(m, 2);
   const vectorfield& f = current();
-  if (!has_voxels(f)) return macro::error(m, u"Error! Empty vectorfield!");
+  if (!has_voxels(f)) return print::line(u"Error! Empty vectorfield!");
   const widetext name = macro::parameter(m, 1);
   const vector scale = n == 2 ? read_vector(macro::parameter(m, 2)) : vector{1, 1, 1};
   print::line(u"Write file (" + name + u").");

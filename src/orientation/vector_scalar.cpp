@@ -1,6 +1,7 @@
 // vector_scalar.cpp: commands between vector and scalar fields: components and angles into a scalar field, masks, fusion into an image, and the `make` forms across families.
 #include "orientation/vector_scalar.h"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -82,22 +83,20 @@ double angle_degrees(vector a, vector b) {
   return std::acos(std::fmax(-1.0, std::fmin(1.0, c))) * 180 / 3.14159265358979323846;
 }
 
-bool mask_range_parse(wideview text, maskrange& r) {
+maskrange mask_range_parse(wideview text) {
   std::u16string t(text);
   if (t.size() >= 2 && t.front() == u'<' && t.back() == u'>') t = t.substr(1, t.size() - 2);
-  // "<1..10>" or, as the tensor mask writes it, "<1,10>".
-  std::size_t dots = t.find(u".."), width = 2;
-  if (dots == std::u16string::npos) dots = t.find(u','), width = 1;
+  std::int64_t a = 0, b = 0;
+  const std::size_t dots = t.find(u"..");
   if (dots == std::u16string::npos) {
-    if (t.empty()) return false;
-    r.low = r.high = text::nat(t);
-    return true;
+    double pair[2];
+    read_numbers(t, pair, 2);
+    a = framemath::round(pair[0]), b = framemath::round(pair[1]);
+  } else {
+    a = text::nat(t.substr(0, dots)), b = text::nat(t.substr(dots + 2));
   }
-  const std::u16string a = t.substr(0, dots), b = t.substr(dots + width);
-  if (a.empty() || b.empty()) return false;
-  r.low = text::nat(a), r.high = text::nat(b);
-  if (r.low > r.high) std::swap(r.low, r.high);
-  return true;
+  if (b == 0) return {a, a};
+  return {std::min(a, b), std::max(a, b)};
 }
 
 bool mask_field(vectorfield& v, const scalarfield& mask, const std::vector<maskrange>& keep) {
@@ -145,9 +144,16 @@ namespace {
 
 vectorfield& current() { return *workspace::current<vectorfield>(); }
 
-bool ready(macroengine& m, const vectorfield& f) {
+// Empty fields and unequal sizes are status lines: the command does nothing and the macro goes on.
+bool ready(const vectorfield& f) {
   if (has_voxels(f)) return true;
-  macro::error(m, u"Error! Empty vectorfield!");
+  print::line(u"Error! Empty vectorfield!");
+  return false;
+}
+
+bool scalar_ready(const scalarfield& s) {
+  if (scalar::ifscalar(s)) return true;
+  print::line(u"Error! Empty scalarfield!");
   return false;
 }
 
@@ -155,9 +161,11 @@ widetext size_of(std::int64_t x, std::int64_t y, std::int64_t z) {
   return nat::text(x) + u"x" + nat::text(y) + u"x" + nat::text(z);
 }
 
-void size_mismatch(macroengine& m, const vectorfield& v, const scalarfield& s) {
-  macro::error(m, u"Error! Scalar field (" + size_of(s.width, s.height, s.depth) + u") and vector field (" +
-                      size_of(v.width, v.height, v.depth) + u") differ in size!");
+bool same_size_or_say(const vectorfield& v, const scalarfield& s) {
+  if (same_size(v, s)) return true;
+  print::line(u"Error! Scalar field (" + size_of(s.width, s.height, s.depth) + u") and vector field (" +
+              size_of(v.width, v.height, v.depth) + u") differ in size!");
+  return false;
 }
 
 // The current scalar field at the vector field's size, announced when it had to change.
@@ -175,7 +183,7 @@ template <int Axis>
 void get_component(macroengine& m) {
   if (macro::parameter_count(m) != 0) return macro::check_max(m, 0);
   const vectorfield& v = current();
-  if (!ready(m, v)) return;
+  if (!ready(v)) return;
   scalarfield& s = result_scalar(v);
   to_scalar(v, s, [](vector c) { return Axis == 0 ? c.x : Axis == 1 ? c.y : c.z; });
 }
@@ -183,7 +191,7 @@ void get_component(macroengine& m) {
 void get_angle(macroengine& m) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
   const vectorfield& v = current();
-  if (!ready(m, v)) return;
+  if (!ready(v)) return;
   const vector p = read_vector(macro::parameter(m, 1));
   scalarfield& s = result_scalar(v);
   to_scalar(v, s, [p](vector c) { return angle_degrees(c, p); });
@@ -197,16 +205,9 @@ void mask_cmd(macroengine& m) {
   if (!a) return;
   const scalarfield* mask = workspace::get_source(m, scalar::workspaces(), macro::parameter(m, 2));
   if (!mask) return;
-  if (!has_voxels(*a)) return macro::error(m, u"Error! Empty vectorfield!");
-  if (!scalar::ifscalar(*mask)) return macro::error(m, u"Error! Empty scalarfield!");
-  if (!same_size(*a, *mask)) return size_mismatch(m, *a, *mask);
+  if (!ready(*a) || !scalar_ready(*mask) || !same_size_or_say(*a, *mask)) return;
   std::vector<maskrange> keep;
-  for (std::size_t i = 3; i <= n; ++i) {
-    maskrange r;
-    if (!mask_range_parse(macro::parameter(m, i), r))
-      return macro::error_syntax(m, u"Bad value or range (" + widetext(macro::parameter(m, i)) + u")!");
-    keep.push_back(r);
-  }
+  for (std::size_t i = 3; i <= n; ++i) keep.push_back(mask_range_parse(macro::parameter(m, i)));
   vectorfield result = *a;
   mask_field(result, *mask, keep);
   vectorfield* t = workspace::get_target_or_current(workspace::list<vectorfield>(), macro::target(m));
@@ -217,10 +218,9 @@ void mask_cmd(macroengine& m) {
 void fuse_cmd(macroengine& m) {
   if (macro::parameter_count(m) != 0) return macro::check_max(m, 0);
   const vectorfield& v = current();
-  if (!ready(m, v)) return;
+  if (!ready(v)) return;
   const scalarfield& s = scalar::current();
-  if (!scalar::ifscalar(s)) return macro::error(m, u"Error! Empty scalarfield!");
-  if (!same_size(v, s)) return size_mismatch(m, v, s);
+  if (!scalar_ready(s) || !same_size_or_say(v, s)) return;
   progress::set(0.0, u"  Fuse");
   fuse_field(v, s, image::current());
   progress::end(u"  Fuse");

@@ -10,12 +10,14 @@
 
 namespace qv::vector {
 
-// One value (low = high) or an inclusive range "<1..10>" of mask values.
+// One value (low = high) or an inclusive range of mask values.
 struct maskrange {
   std::int64_t low = 0, high = 0;
 };
-// Reads "3", "<3>", "<1..10>" or "<1,10>"; false for anything else.
-bool mask_range_parse(wideview text, maskrange& r);
+// Reads "3", "<3>", the range "<1..10>" or the pair "<1,10>", as the other mask
+// commands read theirs: a second value of 0 means the single first value, a
+// range is ordered, and what is no number reads as 0.
+maskrange mask_range_parse(wideview text);
 // Nulls every vector whose mask voxel is in none of the ranges; false when the sizes differ.
 bool mask_field(vectorfield& v, const scalarfield& mask, const std::vector<maskrange>& keep);
 // For each (x, y) the vector at the z of the largest scalar value (the first such z)

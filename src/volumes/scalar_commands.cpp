@@ -73,7 +73,7 @@ template <int axis>
 void flip_cmd(macroengine&) {
   static constexpr const char16_t* titles[] = {u"  Flip x", u"  Flip y", u"  Flip z"};
   scalarfield& f = current();
-  if (!ifscalar(f)) return;
+  if (!ifscalar(f)) return print::line(u"Error! Empty scalarfield!");
   progress::set(0, titles[axis]);
   flip(f, axis);
   progress::end(titles[axis]);

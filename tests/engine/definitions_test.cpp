@@ -7,6 +7,8 @@
 #include <map>
 #include <string>
 
+#include <unistd.h>
+
 #include "engine/definitions.h"
 #include "engine/macroengine.h"
 
@@ -33,7 +35,7 @@ macro::parallelpair pair_of(const pairrow& r) {
 }
 
 std::string temp_file(const std::string& name, const std::string& bytes) {
-  std::string path = (std::filesystem::temp_directory_path() / name).string();
+  std::string path = (std::filesystem::temp_directory_path() / (std::to_string(::getpid()) + "-" + name)).string();
   std::ofstream(path, std::ios::binary) << bytes;
   return path;
 }

@@ -5,6 +5,9 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <string>
+
+#include <unistd.h>
 
 #include "foundation/console.h"
 #include "foundation/dynarray.h"
@@ -20,7 +23,7 @@ std::string read_file(const std::string& path) {
 }
 // Runs `f` with a log open and gives what reached the log.
 template <typename F> std::string logged(F f) {
-  std::string path = (std::filesystem::temp_directory_path() / "qv_dynarray_test.log").string();
+  std::string path = (std::filesystem::temp_directory_path() / ("qv_dynarray_test-" + std::to_string(::getpid()) + ".log")).string();
   bool was = console::consoleon;
   console::consoleon = false;
   console::log_open(path);

@@ -3,16 +3,16 @@
 # size and pixels; with both switched off the same load is refused.
 set -u
 prog=$(readlink -f "$1")
-skip() { echo "skipped: $1"; exit 0; }
+source "$(dirname "$(readlink -f "$0")")/../skip.sh"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 cd "$dir"
-/usr/bin/python3 -c "import PIL" 2>/dev/null || skip "python3-pil not installed"
+/usr/bin/python3 -c "import PIL" 2>/dev/null || reader_missing "python3-pil not installed"
 "$prog" -strict -h > help.log 2>&1
 have_fi=0 have_mw=0
 grep -q "^  +/-freeimage : FreeImage (" help.log && have_fi=1
 grep -q "^  +/-imagemagick : Imagemagick® (" help.log && have_mw=1
-[ $have_fi = 1 ] || [ $have_mw = 1 ] || skip "neither FreeImage nor ImageMagick installed"
+[ $have_fi = 1 ] || [ $have_mw = 1 ] || reader_missing "neither FreeImage nor ImageMagick installed"
 
 /usr/bin/python3 - <<'PY'
 from PIL import Image

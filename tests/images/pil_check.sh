@@ -2,13 +2,13 @@
 # python3-pil decodes what this program writes to the same pixels.
 set -u
 prog=$(readlink -f "$1")
-tool_missing() { echo "skipped: $1 not installed"; exit 0; }
+source "$(dirname "$(readlink -f "$0")")/../skip.sh"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 cp "$(dirname "$0")/writers_macro.inc" "$dir/w.macro"
 cd "$dir"
 "$prog" -strict -macro=w.macro > run.log 2>&1 || { cat run.log; exit 1; }
-/usr/bin/python3 -c "import PIL" 2>/dev/null || tool_missing python3-pil
+/usr/bin/python3 -c "import PIL" 2>/dev/null || reader_missing "python3-pil not installed"
 /usr/bin/python3 - <<'PY'
 from PIL import Image
 want = {"g.png": 200, "g.tif": 200, "g.pgm": 200, "f.png": 40000, "c.png": (10, 20, 30), "c.tif": (10, 20, 30),

@@ -1,5 +1,6 @@
 // Unit tests of the diffusion commands: method lines, sizing and frame of the result, the frame lines.
 #include <gtest/gtest.h>
+#include <array>
 #include <string>
 
 #include "app/families.h"
@@ -76,4 +77,37 @@ TEST(diffusion_commands, a_reduced_scan_sizes_the_vector_field_and_scales_its_fr
   EXPECT_EQ(v.frame.matrix, (framemath::matrix{{1, 0, 0, 0, 2, 0, 0, 0, 4}}));
   EXPECT_EQ(v.frame.offset, (framemath::vector{1, 2, 3}));
   EXPECT_EQ(v.frame.inverse.m[8], 0.25);
+}
+
+// Scan length 1, mean of a line: at (2,2,2) the two best lines tie and method 1
+// gives null; at (3,3,3), the first retry (+1,+1,+1), the line (0,1,0) is the
+// single best with mean 9 (worked out line by line in diffusion_kernel_test.cpp).
+TEST(diffusion_commands, the_adaptive_form_retries_a_null_voxel_and_writes_eight_voxels_in_source_coordinates) {
+  auto fresh = [] {
+    workspace::reset(workspace::list<scalarfield>());
+    workspace::reset(workspace::list<vectorfield>());
+    scalarfield& f = *workspace::current<scalarfield>();
+    scalar::create(f, 150, 6, 6, 6);
+    for (auto [x, y, z, v] : {std::array<std::int64_t, 4>{1, 3, 2, 12}, {1, 2, 2, 12}, {2, 1, 2, 12}, {2, 2, 2, 12},
+                              {2, 3, 2, 30}, {2, 4, 3, 12}, {2, 3, 3, 12}, {3, 2, 3, 12}, {3, 3, 3, 12}, {3, 4, 3, 3}})
+      scalar::set(f, x, y, z, v);
+  };
+  const std::string settings = "thread.max := 2\nscalar.submethod 1\nscalar.diffusion.method 1\n";
+  fresh();
+  run(settings + "scalar.diffusion.x2 1\n");
+  const vectorfield& v = *workspace::current<vectorfield>();
+  ASSERT_EQ(v.width * 100 + v.height * 10 + v.depth, 333);
+  for (std::int64_t z = 1; z <= 3; ++z)   // the plain form samples (2,2,2) only, and finds null
+    for (std::int64_t y = 1; y <= 3; ++y)
+      for (std::int64_t x = 1; x <= 3; ++x) EXPECT_EQ(vector::get(v, x, y, z), (framemath::vector{})) << x << y << z;
+  fresh();
+  run(settings + "scalar.diffusion.adaptive.x2 1\n");
+  const vectorfield& a = *workspace::current<vectorfield>();
+  ASSERT_EQ(a.width * 100 + a.height * 10 + a.depth, 333);
+  for (std::int64_t z = 1; z <= 3; ++z)
+    for (std::int64_t y = 1; y <= 3; ++y)
+      for (std::int64_t x = 1; x <= 3; ++x) {
+        const bool corner = x >= 2 && y >= 2 && z >= 2;   // (2 + a, 2 + b, 2 + c); the rest lies beyond the field
+        EXPECT_EQ(vector::get(a, x, y, z), (corner ? framemath::vector{0, 9, 0} : framemath::vector{})) << x << y << z;
+      }
 }

@@ -2,12 +2,10 @@
 # The demo job end to end: synthetic fibres, scalar.diffusion, vector field saved as .nii.gz and read by nibabel.
 set -u
 exe="$(realpath "$1")"
+source "$(dirname "$(readlink -f "$0")")/../skip.sh"
 here="$(cd "$(dirname "$0")" && pwd)"
 root="$(cd "$here/../.." && pwd)"
-if ! /usr/bin/python3 -c "import nibabel, numpy" 2>/dev/null; then
-  echo "skipped"
-  exit 0
-fi
+/usr/bin/python3 -c "import nibabel, numpy" 2>/dev/null || reader_missing "python3-nibabel not installed"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 cd "$dir"

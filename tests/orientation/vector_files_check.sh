@@ -2,6 +2,8 @@
 # Vector field files read by real readers: NIfTI through nibabel, AVS and Amira headers, and back through vector.load.
 set -u
 exe="$(realpath "$1")"
+source "$(dirname "$(readlink -f "$0")")/../skip.sh"
+/usr/bin/python3 -c "import nibabel, numpy" 2>/dev/null || reader_missing "python3-nibabel not installed"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 cd "$dir"

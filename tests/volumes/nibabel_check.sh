@@ -3,7 +3,8 @@
 # shape, data type, sform and qform, and voxel values by the conversion rules.
 set -u
 prog=$(readlink -f "$1")
-/usr/bin/python3 -c "import nibabel, numpy" 2>/dev/null || { echo "skipped: python3-nibabel not installed"; exit 0; }
+source "$(dirname "$(readlink -f "$0")")/../skip.sh"
+/usr/bin/python3 -c "import nibabel, numpy" 2>/dev/null || reader_missing "python3-nibabel not installed"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 cd "$dir"

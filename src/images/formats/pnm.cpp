@@ -69,6 +69,11 @@ const char16_t* full_title(int magic) {
   }
 }
 
+bool grey_magic(int magic) {
+  return magic == 1 || magic == 2 || magic == 3 || magic == 5 || magic == 6 || magic == 12 || magic == 13 ||
+         magic == 15 || magic == 16;
+}
+bool colour_magic(int magic) { return magic == 2 || magic == 5 || magic == 6; }
 void bad_magic(int magic) { print::line(u"  Bad Magic Identifier (" + nat::text(magic) + u")!"); }
 
 // `put` receives the pixel index from 0 and the converted value.
@@ -192,6 +197,15 @@ bool read_pnm(imagefield& f, std::string_view bytes) {
   std::int64_t x = tk.next(), y = tk.next(), maxval = tk.next();
   bool colour = f.tag == fieldtag::rgb || f.tag == fieldtag::rgba || f.tag == fieldtag::zrgb;
   if (maxval >= 256) magic += 10;
+  // The magic is judged before any size: a P4 file, whose packed bits are fewer
+  // than its pixels, is refused by its magic and not by its size.
+  if (!(colour ? colour_magic(magic) || maxval > 255 : grey_magic(magic))) {
+    bad_magic(magic);
+    // Black at its size, as long as the file could hold that many pixels at one
+    // bit each (the densest PNM); absurd sizes leave the image empty.
+    if (size_ok(x, y) && x * y <= 8 * std::int64_t(bytes.size())) image::create(f, std::uint8_t(f.tag), x, y);
+    return false;
+  }
   if (!size_ok(x, y) || x * y > std::int64_t(r.left())) {   // every sample takes a byte at least
     print::line(u"  Bad image size (" + nat::text(x) + u"x" + nat::text(y) + u")!");
     return false;
@@ -205,11 +219,6 @@ bool read_pnm(imagefield& f, std::string_view bytes) {
       return false;
     }
     return read_colour(f, r, tk, magic, count);
-  }
-  if (magic != 1 && magic != 2 && magic != 3 && magic != 5 && magic != 6 && magic != 12 && magic != 13 &&
-      magic != 15 && magic != 16) {
-    bad_magic(magic);
-    return false;
   }
   if (f.tag == fieldtag::gray) {
     std::uint8_t* d = f.pixels->gray.data.data();

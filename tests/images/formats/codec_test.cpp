@@ -162,6 +162,23 @@ TEST_F(codecs, pnm_refusals_print_their_messages) {
   EXPECT_EQ(quiet([&] { codec::read_pnm(c, "P3\n1 1\n255\n1 2 3"); }), "  Bad Magic Identifier (3)!\n");
 }
 
+TEST_F(codecs, pnm_packed_bitmap_is_refused_by_its_magic_before_its_size) {
+  // A real P4 file: 9x2 pixels in four packed bytes, no maximum, so the bytes are
+  // fewer than the pixels and the maximum token is taken from the data.
+  const std::string file = std::string("P4\n#m.pbm\n9 2\n\xff\x80\x00\x00", 16);
+  for (std::uint8_t tag : {145, 146, 161}) {
+    imagefield f;
+    image::create(f, tag);
+    EXPECT_EQ(quiet([&] { EXPECT_FALSE(codec::read_pnm(f, file)); }), "  Bad Magic Identifier (4)!\n") << int(tag);
+    EXPECT_EQ(image::width(f), 9) << int(tag);
+    EXPECT_EQ(image::get(f, 1, 1), 0) << int(tag);
+  }
+  imagefield huge;   // an absurd size beside a bad magic allocates nothing
+  image::create(huge, 145);
+  EXPECT_EQ(quiet([&] { codec::read_pnm(huge, "P4\n99999 99999\n\xff"); }), "  Bad Magic Identifier (4)!\n");
+  EXPECT_EQ(image::width(huge), 0);
+}
+
 TEST_F(codecs, bad_files_give_a_message_and_no_crash) {
   const std::string files[] = {
       "P5\n99999999 99999999\n255\nab", "P5\n4 4\n255\nab", "P5", "", "BM",
