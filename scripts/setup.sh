@@ -11,6 +11,7 @@ packages=(
   python3-meshio python3-vtk9               # third-party readers of our mesh, .vtp and OBJ files
   assimp-utils assimp-testmodels            # reader of our DXF files; mesh files no one here wrote
   python3-scipy                             # peer of the volume morphology (ndimage)
+  mrtrix3 teem-apps                         # peer of the tensor measures, reader of our NRRD tensors
   libfreeimage3 libmagickwand-6.q16-6       # optional image libraries, loaded at run time
 )
 missing=()

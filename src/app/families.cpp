@@ -11,6 +11,7 @@
 #include "meshes/mesh_commands.h"
 #include "meshes/mesh_files.h"
 #include "orientation/diffusion.h"
+#include "orientation/tensor_commands.h"
 #include "orientation/tensorfield.h"
 #include "orientation/vector_commands.h"
 #include "orientation/vector_files.h"
@@ -37,12 +38,16 @@ void register_all(macroengine& m) {
   scalar::register_commands(m);
   scalar::register_diffusion(m);
   scalar::register_diffusion_points(m);
+  scalar::register_connection(m);
   workspace::register_family<vectorfield>(m);
   vector::register_commands(m);
   vector::register_files(m);
   vector::register_resample(m);
   line::register_stream(m);
   workspace::register_family<tensorfield>(m);
+  tensor::register_commands(m);
+  tensor::register_measures(m);
+  tensor::register_files(m);
   meshes::register_commands(m);
   meshes::register_files(m);
   line::register_commands(m);

@@ -384,7 +384,7 @@ eigenresult eigen(num::tensor t);
 // Eigenvalues by descending absolute value, made positive-led; a value <= 0
 // after the first becomes 2.225e-308.
 num::vector values(const eigenresult& e);
-inline num::vector values(num::tensor t) { return values(eigen(t)); }
+num::vector values(num::tensor t);   // the same values without the eigenvectors
 // Eigenvectors as rows in the order of `values`; rows of values <= 0 are zero.
 num::matrix vectors(const eigenresult& e);
 inline num::matrix vectors(num::tensor t) { return vectors(eigen(t)); }

@@ -26,10 +26,15 @@ bool tensor::notequal(num::tensor a, num::tensor b) {
   return a.xx != b.xx || a.yy != b.yy || a.zz != b.zz || a.xy != b.xy || a.xz != b.xz || a.yz != b.yz;
 }
 
+namespace {
+
 // Sweeps 0 to 3 rotate only above a threshold; from sweep 5 on, an element too
 // small to change either diagonal is simply cleared. A hundred sweeps without
-// convergence give all zeros.
-tensor::eigenresult tensor::eigen(num::tensor t) {
+// convergence give all zeros. Without `Vectors` the rotations are not
+// accumulated: the values come out the same, for less work.
+template <bool Vectors>
+tensor::eigenresult jacobi(num::tensor t) {
+  using tensor::eigenresult;
   double e[3] = {t.xx, t.yy, t.zz};
   double a[3][3] = {{0, t.xy, t.xz}, {t.xy, 0, t.yz}, {t.xz, t.yz, 0}};   // only off-diagonals are read
   double v[3][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
@@ -66,15 +71,21 @@ tensor::eigenresult tensor::eigen(num::tensor t) {
       double arp = a[r][p], arq = a[r][q];
       a[r][p] = a[p][r] = c * arp - s * arq;
       a[r][q] = a[q][r] = s * arp + c * arq;
-      for (auto& row : v) {
-        double vp = row[p], vq = row[q];
-        row[p] = c * vp - s * vq;
-        row[q] = s * vp + c * vq;
-      }
+      if constexpr (Vectors)
+        for (auto& row : v) {
+          double vp = row[p], vq = row[q];
+          row[p] = c * vp - s * vq;
+          row[q] = s * vp + c * vq;
+        }
     }
   }
   return {};
 }
+
+}  // namespace
+
+tensor::eigenresult tensor::eigen(num::tensor t) { return jacobi<true>(t); }
+num::vector tensor::values(num::tensor t) { return values(jacobi<false>(t)); }
 
 namespace {
 // Three compare-and-exchange steps over 1-2, 2-3, 1-2 by descending absolute

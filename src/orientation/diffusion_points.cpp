@@ -26,13 +26,7 @@ using image::width;
 
 scalarfield& current() { return *workspace::current<scalarfield>(); }
 
-struct pointargs {
-  std::string file;
-  std::int64_t n = 16;
-  scan::scan_vector p;
-  bool shifted = false;
-  framemath::vector shift;
-};
+}  // namespace
 
 // file [n [<x,y,z> [<dx,dy,dz>]]]: a point with a component below 1 is the centre.
 bool point_args(macroengine& m, pointargs& a, bool with_n) {
@@ -43,7 +37,7 @@ bool point_args(macroengine& m, pointargs& a, bool with_n) {
   a.file = text::utf8(macro::parameter(m, 1));
   std::size_t next = 2;
   if (with_n && count >= next) a.n = text::nat(macro::parameter(m, next++));
-  const scalarfield& f = current();
+  const scalarfield& f = *workspace::current<scalarfield>();
   framemath::vector p{0, 0, 0};
   if (count >= next) p = read_vector(macro::parameter(m, next++));
   if (p.x < 1 || p.y < 1 || p.z < 1) a.p = {f.width / 2, f.height / 2, f.depth / 2};
@@ -64,6 +58,8 @@ widetext point_text(const pointargs& a) {
   const widetext t = natvector_text({a.p.x, a.p.y, a.p.z});
   return a.shifted ? t + u" + " + vector_text(a.shift) : t;
 }
+
+namespace {
 
 // The runs of the unreduced points of a direction set at one voxel:
 // A = round(p + v), B = round(p - v), rounded after the addition.

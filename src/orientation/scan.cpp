@@ -247,8 +247,12 @@ std::int64_t read_on(const volume<T>& v, scan_vector s, const walk& w, std::int6
 
 template <typename T>
 void scan_run(const volume<T>& v, scan_vector a, scan_vector b, sample_list& out) {
+  scan_run(v, a, b, walk::between(a, b), out);
+}
+
+template <typename T>
+void scan_run(const volume<T>& v, scan_vector a, scan_vector b, const walk& w, sample_list& out) {
   out.clear();
-  const walk w = walk::between(a, b);
   if (w.count == 0 || !v.data) return;
   std::int64_t k = 0;
   if (read_on(v, a, w, 0) == 0 && read_on(v, b, w, 0) != 0) {
@@ -302,6 +306,8 @@ void write_line(writable<T> f, scan_vector a, scan_vector b, lineop op, T value)
 
 template void scan_run(const volume<std::uint8_t>&, scan_vector, scan_vector, sample_list&);
 template void scan_run(const volume<std::uint16_t>&, scan_vector, scan_vector, sample_list&);
+template void scan_run(const volume<std::uint8_t>&, scan_vector, scan_vector, const walk&, sample_list&);
+template void scan_run(const volume<std::uint16_t>&, scan_vector, scan_vector, const walk&, sample_list&);
 template void scan_line(const volume<std::uint8_t>&, scan_vector, scan_vector, sample_list&);
 template void scan_line(const volume<std::uint16_t>&, scan_vector, scan_vector, sample_list&);
 template void scan_block(const volume<std::uint8_t>&, scan_vector, scan_vector, sample_list&);

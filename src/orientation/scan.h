@@ -100,6 +100,9 @@ struct walk {
 // One connected run of non-zero voxels on the line from A to B.
 template <typename T>
 void scan_run(const volume<T>& v, scan_vector a, scan_vector b, sample_list& out);
+// The same with the walk from A to B given, for callers that reuse it: it depends on B - A only.
+template <typename T>
+void scan_run(const volume<T>& v, scan_vector a, scan_vector b, const walk& w, sample_list& out);
 // Every voxel on the line, zeros kept: exactly L + 1 samples.
 template <typename T>
 void scan_line(const volume<T>& v, scan_vector a, scan_vector b, sample_list& out);

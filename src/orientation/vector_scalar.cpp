@@ -274,9 +274,7 @@ void make_tensor_fn(macroengine& m) {
   auto& l = workspace::list<tensorfield>();
   tensorfield* t = macro::target(m).empty() ? l.current_object() : workspace::get_target_or_current(l, macro::target(m));
   const scalarfield& s = current();
-  t->tag = tensortag(workspace_traits<tensorfield>::default_tag);
-  const bool sized = s.width > 0 && s.height > 0 && s.depth > 0;
-  t->width = sized ? s.width : 0, t->height = sized ? s.height : 0, t->depth = sized ? s.depth : 0;
+  tensor::create_field(*t, workspace_traits<tensorfield>::default_tag, s.width, s.height, s.depth);
   t->frame = s.frame;
   m.target.clear();
 }
