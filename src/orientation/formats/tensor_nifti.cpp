@@ -15,6 +15,7 @@
 
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
+#include "foundation/packedfile.h"
 #include "foundation/progress.h"
 #include "volumes/formats/nifti.h"
 #include "volumes/formats/nifti_header.h"
@@ -148,13 +149,11 @@ void read_plane_as(std::int16_t datatype, const unsigned char* p, std::int64_t n
 
 // The whole file, unpacked if it is gzip; false if it cannot be opened.
 bool read_file(const std::string& name, std::string& bytes) {
-  if (scalar::gunzip_file(name, bytes)) return true;
-  std::FILE* f = std::fopen(name.c_str(), "rb");
-  if (!f) return false;
+  packedfile p;
+  if (!packed::open(p, name)) return false;
   bytes.clear();
   char buffer[1 << 16];
-  for (std::size_t k; (k = std::fread(buffer, 1, sizeof buffer, f)) > 0;) bytes.append(buffer, k);
-  std::fclose(f);
+  for (std::size_t k; (k = packed::read(p, buffer, sizeof buffer)) > 0;) bytes.append(buffer, k);
   return true;
 }
 
