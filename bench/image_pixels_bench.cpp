@@ -17,7 +17,7 @@ double seconds_of(auto fn) {
 // The typed loop every whole-image kernel is built on: take the data pointer
 // once, read and write each pixel as a plain value.
 template <typename T>
-void invert_plane(plane<T>& p) {
+void invert_plane(imageplane<T>& p) {
   T* d = p.data.data();
   std::size_t n = p.data.size();
   for (std::size_t i = 0; i < n; ++i) d[i] = T(~d[i]);
