@@ -118,5 +118,6 @@ TEST(progress, nothing_reaches_the_console_while_it_is_off) {
   fakeclock clock;
   console::consoleon = false;
   std::string out = captured([] { progress::spin(u"Quiet"); });
+  console::consoleon = true;
   EXPECT_EQ(out, "");
 }

@@ -17,7 +17,6 @@ std::string temp_name(const char* tail) { return ::testing::TempDir() + "vector_
 }  // namespace
 
 TEST(vector_nifti, header_holds_five_dimensions_intent_vector_and_the_frame) {
-  console::consoleon = false;
   vectorfield f;
   vector::create_field(f, 89, 3, 2, 4);
   frame_set_matrix(f.frame, framemath::matrix{{0, 2, 0, -1, 0, 0, 0, 0, 0.5}});
