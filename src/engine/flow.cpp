@@ -256,8 +256,18 @@ void of_block(macroengine& m, interpframe& fr, std::int64_t& ln, bool negate) {
 
 // ---- loops ---------------------------------------------------------------
 
-void set_inner(macroengine& m, wideview name, wideview value) {
-  if (!name.empty()) var_new_inner(m, name, value);
+// The loop words of one loop, hashed once for all its passes; an empty name is
+// a word the loop does not set.
+struct loopkeys {
+  varkey length, rest, count, relative;
+  loopkeys(wideview l, wideview r, wideview c, wideview v)
+      : length{widetext(l)}, rest{widetext(r)}, count{widetext(c)}, relative{widetext(v)} {}
+};
+
+loopkeys for_words() { return loopkeys(u"for.length", u"for.rest", u"for.count", u"for.relative"); }
+
+void set_inner(macroengine& m, varkey& key, widetext value) {
+  if (!key.name.empty()) var_new_inner_key(m, key, std::move(value));
 }
 
 bool evaluate_all(macroengine& m, wideview text) {
@@ -321,11 +331,12 @@ void for_one(macroengine& m, std::int64_t& ln, std::int64_t n) {
   }
   const std::int64_t opener = ln, len = n < 0 ? -n : n, step = n < 0 ? -1 : 1;
   std::int64_t last = opener;
+  loopkeys k = for_words();
   for (std::int64_t i = step;; i += step) {
-    set_inner(m, u"for.length", nat::text(len));
-    set_inner(m, u"for.rest", nat::text(len - i));
-    set_inner(m, u"for.count", nat::text(i));
-    set_inner(m, u"for.relative", real_text(double(i) / double(n)));
+    set_inner(m, k.length, nat::text(len));
+    set_inner(m, k.rest, nat::text(len - i));
+    set_inner(m, k.count, nat::text(i));
+    set_inner(m, k.relative, real_text(double(i) / double(n)));
     block_name(m, u"for");
     if (!run_pass(m, opener, last)) return;
     if (i == n) break;
@@ -340,13 +351,14 @@ void for_real(macroengine& m, std::int64_t& ln, double a, double s, double b) {
   const double step = std::fabs(s);
   const bool down = b < a;
   std::int64_t last = opener;
+  loopkeys k = for_words();
   for (;;) {
     double span = down ? a - b + 1 : b - a + 1;
     double len = step == 0 ? 0 : span / step;
-    set_inner(m, u"for.length", nat::text(real::round_nat(len)));
-    set_inner(m, u"for.rest", u"");
-    set_inner(m, u"for.relative", u"");
-    set_inner(m, u"for.count", real_text(a));
+    set_inner(m, k.length, nat::text(real::round_nat(len)));
+    set_inner(m, k.rest, widetext());
+    set_inner(m, k.relative, widetext());
+    set_inner(m, k.count, real_text(a));
     a = down ? a - step : a + step;
     bool final_pass = down ? a < b : a > b;
     block_name(m, u"for");
@@ -406,13 +418,14 @@ void random_passes(macroengine& m, std::int64_t& ln, const std::vector<T>& value
                    std::int64_t last_i) {
   const std::int64_t opener = ln, len = std::int64_t(values.size());
   std::int64_t last = opener;
+  loopkeys k = for_words();
   for (std::int64_t i = first; i <= last_i; ++i) {
     T v = i >= 1 && i <= len ? values[std::size_t(i - 1)] : T{};
-    set_inner(m, u"for.length", nat::text(len));
-    set_inner(m, u"for.rest", nat::text(len - i));
-    if constexpr (std::is_same_v<T, double>) set_inner(m, u"for.count", real_text(v));
-    else set_inner(m, u"for.count", nat::text(v));
-    set_inner(m, u"for.relative", real_text(len ? double(i) / double(len) : 0));
+    set_inner(m, k.length, nat::text(len));
+    set_inner(m, k.rest, nat::text(len - i));
+    if constexpr (std::is_same_v<T, double>) set_inner(m, k.count, real_text(v));
+    else set_inner(m, k.count, nat::text(v));
+    set_inner(m, k.relative, real_text(len ? double(i) / double(len) : 0));
     block_name(m, u"for");
     if (!run_pass(m, opener, last)) return;
   }
@@ -482,12 +495,13 @@ std::int64_t count_passes(macroengine& m, std::int64_t opener, std::int64_t a, s
   const std::int64_t len = (a > b ? a - b : b - a) + 1, step = a > b ? -1 : 1;
   std::int64_t last = opener;
   bool ran = false;
+  loopkeys k(length, rest, count, relative);
   for (std::int64_t i = a;; i += step) {
     if (!take || take(i)) {
-      set_inner(m, length, nat::text(len));
-      set_inner(m, rest, nat::text(len - i));
-      set_inner(m, count, nat::text(i));
-      set_inner(m, relative, real_text(double(i > a ? i - a : a - i) + 1.0 / double(len)));
+      set_inner(m, k.length, nat::text(len));
+      set_inner(m, k.rest, nat::text(len - i));
+      set_inner(m, k.count, nat::text(i));
+      set_inner(m, k.relative, real_text(double(i > a ? i - a : a - i) + 1.0 / double(len)));
       block_name(m, u"for");
       if (!run_pass(m, opener, last)) return m.currentline;
       ran = true;

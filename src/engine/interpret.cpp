@@ -115,6 +115,33 @@ void where_line(const macroengine& m) {
 }
 
 // `ln`: the line whose cut this is, for the kept function lookup; 0 when the line was changed.
+// The cut of line `ln` when its first word is `target` as it stands (no `@` to
+// substitute, no list index): the target's stored form can then be kept there.
+linecut* plain_target(macroengine& m, std::int64_t ln, const widetext& target) {
+  if (ln < 1 || std::size_t(ln) > m.cuts.size() || target.empty() || target.back() == u']') return nullptr;
+  linecut& c = m.cuts[std::size_t(ln - 1)];
+  if (c.generation != m.lines.generation || c.generation == 0 || c.command != target) return nullptr;
+  return &c;
+}
+
+// `var_set` of the target, through the cut's key where the line allows it.
+void set_target(macroengine& m, std::int64_t ln) {
+  linecut* c = plain_target(m, ln, m.target);
+  if (!c) {
+    var_set(m, m.target, m.value);
+    return;
+  }
+  if (c->targetfree != m.registrygeneration) {
+    if (is_registered(m, m.target)) {
+      var_set(m, m.target, m.value);   // reports the overloaded name
+      return;
+    }
+    c->targetfree = m.registrygeneration;
+    if (c->target.name.empty()) c->target.name = m.target;
+  }
+  var_set_key(m, c->target, m.value);
+}
+
 void assignment(macroengine& m, interpframe& fr, std::int64_t ln) {
   m.target = substitute_at(m, m.command);
   m.value.clear();
@@ -151,7 +178,7 @@ void assignment(macroengine& m, interpframe& fr, std::int64_t ln) {
       }
     }
   }
-  if (!m.target.empty() && !m.stopflag) var_set(m, m.target, m.value);
+  if (!m.target.empty() && !m.stopflag) set_target(m, ln);
 }
 
 void statement(macroengine& m, interpframe& fr) {

@@ -48,6 +48,15 @@ struct outfile {
 // What a line gives each time the interpreter reaches it, kept while the line
 // store keeps its generation: the cut is made once, and only the substitution
 // and the call are done on every pass.
+// A variable name already in its stored form (lower case, no list index), with
+// its row list in the name index while the index keeps its generation: loop
+// words and plain assignment targets are hashed once, not on every pass.
+struct varkey {
+  widetext name;
+  std::vector<std::uint32_t>* rows = nullptr;
+  std::uint64_t generation = 0;
+};
+
 struct linecut {
   std::uint64_t generation = 0;   // of the line store when cut; 0: not cut yet
   widetext command, rest;         // the first word lower-cased, and the rest, after trim and comment cut
@@ -58,6 +67,10 @@ struct linecut {
   // under the registry generation `registry` (0: not looked up).
   std::uint64_t registry = 0;
   std::size_t row = 0;
+  // The target of `target := ...` when it needs no substitution, and the
+  // registry generation under which it was found to be no command (0: not yet).
+  varkey target;
+  std::uint64_t targetfree = 0;
 };
 
 struct macroengine {
@@ -71,6 +84,8 @@ struct macroengine {
   std::vector<shorttext> varname, varvalue;
   std::vector<std::int64_t> varscope;
   std::unordered_map<widetext, std::vector<std::uint32_t>> varindex;
+  std::vector<std::vector<std::uint32_t>*> varslot;   // each row's list in `varindex`
+  std::uint64_t varindexgeneration = 1;               // new whenever `varindex` is rebuilt
 
   std::vector<shorttext> withpath;
   std::vector<std::int64_t> withscope;
@@ -139,6 +154,9 @@ std::string source_file(const macroengine& m);
 // Variables.
 void var_set(macroengine& m, wideview name, wideview value);
 std::size_t var_new_inner(macroengine& m, wideview name, wideview value);
+// The same two for names already in stored form (see `varkey`).
+void var_set_key(macroengine& m, varkey& key, widetext value);
+void var_new_inner_key(macroengine& m, varkey& key, widetext value);
 void var_set_at(macroengine& m, wideview name, wideview value, std::int64_t scope);
 widetext var_get(const macroengine& m, wideview name);
 std::size_t var_find(const macroengine& m, wideview name);   // 1-based row or 0

@@ -9,7 +9,21 @@ namespace {
 
 void index_rebuild(macroengine& m) {
   m.varindex.clear();
-  for (std::size_t r = 0; r < m.varname.size(); ++r) m.varindex[m.varname[r].str()].push_back(std::uint32_t(r));
+  m.varslot.resize(m.varname.size());
+  for (std::size_t r = 0; r < m.varname.size(); ++r) {
+    auto& rows = m.varindex[m.varname[r].str()];
+    rows.push_back(std::uint32_t(r));
+    m.varslot[r] = &rows;
+  }
+  ++m.varindexgeneration;
+}
+
+std::vector<std::uint32_t>& rows_of(macroengine& m, varkey& key) {
+  if (key.generation != m.varindexgeneration || !key.rows) {
+    key.rows = &m.varindex[key.name];
+    key.generation = m.varindexgeneration;
+  }
+  return *key.rows;
 }
 
 // Name handling common to the setters: a list element `name[i]` turns into the
@@ -48,9 +62,10 @@ std::size_t newest(const macroengine& m, const widetext& name) {
 }
 
 // Gives the number of rows the name now has.
-std::size_t append_row(macroengine& m, widetext name, widetext value, std::int64_t scope) {
-  auto& rows = m.varindex[name];
+std::size_t append_row(macroengine& m, std::vector<std::uint32_t>& rows, widetext name, widetext value,
+                       std::int64_t scope) {
   rows.push_back(std::uint32_t(m.varname.size()));
+  m.varslot.push_back(&rows);
   const std::size_t count = rows.size();
   m.varname.emplace_back(std::move(name));
   m.varvalue.emplace_back(std::move(value));
@@ -74,13 +89,28 @@ void var_set(macroengine& m, wideview name_in, wideview value_in) {
     m.varvalue[row - 1] = shorttext(std::move(value));
     return;
   }
-  append_row(m, std::move(name), std::move(value), m.depth);
+  auto& rows = m.varindex[name];
+  append_row(m, rows, std::move(name), std::move(value), m.depth);
 }
 
 std::size_t var_new_inner(macroengine& m, wideview name_in, wideview value_in) {
   widetext name(name_in), value(value_in);
   normalise(m, name, value);
-  return append_row(m, std::move(name), std::move(value), m.depth + 1);
+  auto& rows = m.varindex[name];
+  return append_row(m, rows, std::move(name), std::move(value), m.depth + 1);
+}
+
+void var_set_key(macroengine& m, varkey& key, widetext value) {
+  auto& rows = rows_of(m, key);
+  if (!rows.empty()) {
+    m.varvalue[rows.back()] = shorttext(std::move(value));
+    return;
+  }
+  append_row(m, rows, key.name, std::move(value), m.depth);
+}
+
+void var_new_inner_key(macroengine& m, varkey& key, widetext value) {
+  append_row(m, rows_of(m, key), key.name, std::move(value), m.depth + 1);
 }
 
 void var_set_at(macroengine& m, wideview name_in, wideview value_in, std::int64_t scope) {
@@ -94,7 +124,8 @@ void var_set_at(macroengine& m, wideview name_in, wideview value_in, std::int64_
   std::size_t n = m.varname.size();
   if (n == 0) return;   // the walk runs over the rows there are: nothing to insert between
   if (scope >= m.varscope[n - 1]) {
-    append_row(m, std::move(name), std::move(value), scope);
+    auto& rows = m.varindex[name];
+    append_row(m, rows, std::move(name), std::move(value), scope);
     return;
   }
   std::size_t at = n;
@@ -163,11 +194,10 @@ void leave(macroengine& m) {
   m.modulemark.resize(mm);
   std::size_t v = cut_at(m.varscope);
   if (v < m.varname.size()) {
-    for (std::size_t i = m.varname.size(); i-- > v;) {
-      // An emptied entry stays: loops make the same names again on every pass.
-      auto it = m.varindex.find(m.varname[i].str());
-      if (it != m.varindex.end() && !it->second.empty()) it->second.pop_back();
-    }
+    // An emptied entry stays: loops make the same names again on every pass.
+    for (std::size_t i = m.varname.size(); i-- > v;)
+      if (!m.varslot[i]->empty()) m.varslot[i]->pop_back();
+    m.varslot.resize(v);
     m.varname.resize(v);
     m.varvalue.resize(v);
     m.varscope.resize(v);
