@@ -56,7 +56,8 @@ bool opens_scan(macroengine& m, wideview word) {
 
 void one_line_form(macroengine& m, interpframe& fr) {
   const widetext& w = m.command;
-  if (fr.line.empty()) return;
+  if (fr.line.empty() || w.empty()) return;
+  if (w[0] != u'i' && w[0] != u't' && w[0] != u'e' && w[0] != u'o') return;   // none of the words below
   bool truth;
   if (w == u"if.then" || w == u"then" || w == u"if.true") {
     truth = fr.cond;

@@ -86,6 +86,7 @@ struct macroengine {
   std::unordered_map<widetext, std::vector<std::uint32_t>> varindex;
   std::vector<std::vector<std::uint32_t>*> varslot;   // each row's list in `varindex`
   std::uint64_t varindexgeneration = 1;               // new whenever `varindex` is rebuilt
+  std::vector<widetext> varspare;   // buffers of cut names, reused by the next rows (loops)
 
   std::vector<shorttext> withpath;
   std::vector<std::int64_t> withscope;

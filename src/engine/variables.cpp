@@ -61,13 +61,20 @@ std::size_t newest(const macroengine& m, const widetext& name) {
   return it->second.back() + 1;
 }
 
-// Gives the number of rows the name now has.
-std::size_t append_row(macroengine& m, std::vector<std::uint32_t>& rows, widetext name, widetext value,
+// Gives the number of rows the name now has. The name goes into a buffer left
+// by a cut row where there is one, so loop words cost no allocation per pass.
+std::size_t append_row(macroengine& m, std::vector<std::uint32_t>& rows, wideview name, widetext value,
                        std::int64_t scope) {
   rows.push_back(std::uint32_t(m.varname.size()));
   m.varslot.push_back(&rows);
   const std::size_t count = rows.size();
-  m.varname.emplace_back(std::move(name));
+  shorttext stored;
+  if (!m.varspare.empty()) {
+    stored.s = std::move(m.varspare.back());
+    m.varspare.pop_back();
+  }
+  stored.s.assign(name.substr(0, shorttext::limit));
+  m.varname.push_back(std::move(stored));
   m.varvalue.emplace_back(std::move(value));
   m.varscope.push_back(scope);
   return count;
@@ -90,14 +97,14 @@ void var_set(macroengine& m, wideview name_in, wideview value_in) {
     return;
   }
   auto& rows = m.varindex[name];
-  append_row(m, rows, std::move(name), std::move(value), m.depth);
+  append_row(m, rows, name, std::move(value), m.depth);
 }
 
 std::size_t var_new_inner(macroengine& m, wideview name_in, wideview value_in) {
   widetext name(name_in), value(value_in);
   normalise(m, name, value);
   auto& rows = m.varindex[name];
-  return append_row(m, rows, std::move(name), std::move(value), m.depth + 1);
+  return append_row(m, rows, name, std::move(value), m.depth + 1);
 }
 
 void var_set_key(macroengine& m, varkey& key, widetext value) {
@@ -125,7 +132,7 @@ void var_set_at(macroengine& m, wideview name_in, wideview value_in, std::int64_
   if (n == 0) return;   // the walk runs over the rows there are: nothing to insert between
   if (scope >= m.varscope[n - 1]) {
     auto& rows = m.varindex[name];
-    append_row(m, rows, std::move(name), std::move(value), scope);
+    append_row(m, rows, name, std::move(value), scope);
     return;
   }
   std::size_t at = n;
@@ -195,8 +202,10 @@ void leave(macroengine& m) {
   std::size_t v = cut_at(m.varscope);
   if (v < m.varname.size()) {
     // An emptied entry stays: loops make the same names again on every pass.
-    for (std::size_t i = m.varname.size(); i-- > v;)
+    for (std::size_t i = m.varname.size(); i-- > v;) {
       if (!m.varslot[i]->empty()) m.varslot[i]->pop_back();
+      if (m.varspare.size() < 64) m.varspare.push_back(std::move(m.varname[i].s));
+    }
     m.varslot.resize(v);
     m.varname.resize(v);
     m.varvalue.resize(v);
