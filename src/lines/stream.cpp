@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
@@ -122,13 +123,27 @@ struct bitvolume {
   bool test(voxel v, std::int64_t n) const { return n <= 1 ? get(v) : any(v, n); }
 };
 
-// Room for `more` points. The cloud grows by doubling into blocks that are
-// asked for as huge pages before the first byte is written: tracking fills
-// hundreds of megabytes, and small pages cost a fault each.
+// Room for `more` points. The first time, the cloud asks for address room of a
+// quarter of the machine's memory at once: untouched pages cost nothing, so the
+// points never move, and each page is faulted once, as a huge page where the
+// system grants them. Past that room (or where the room is refused) it grows by
+// doubling.
 void reserve_points(std::vector<num::hyper>& points, std::size_t more) {
   if (points.capacity() - points.size() >= more) return;
+  static const std::size_t room = [] {
+    const long pages = sysconf(_SC_PHYS_PAGES), size = sysconf(_SC_PAGE_SIZE);
+    const std::size_t bytes = pages > 0 && size > 0 ? std::size_t(pages) * std::size_t(size) / 4 : 0;
+    return bytes / sizeof(num::hyper);
+  }();
   std::vector<num::hyper> fresh;
-  fresh.reserve(std::max({points.capacity() * 2, points.size() + more, std::size_t(1) << 16}));
+  const std::size_t least = points.size() + more;
+  std::size_t want = std::max({points.capacity() * 2, least, std::size_t(1) << 16});
+  if (points.capacity() < room && least < room) want = std::max(want, room);
+  try {
+    fresh.reserve(want);
+  } catch (const std::bad_alloc&) {
+    fresh.reserve(std::max({points.capacity() * 2, least, std::size_t(1) << 16}));
+  }
   const std::uintptr_t page = std::uintptr_t(1) << 21, begin = std::uintptr_t(fresh.data()),
                        first = (begin + page - 1) & ~(page - 1),
                        end = (begin + fresh.capacity() * sizeof(num::hyper)) & ~(page - 1);
@@ -183,7 +198,6 @@ struct walker {
     const T* e = data + 3 * g.index(v);
     return {double(e[0]), double(e[1]), double(e[2])};
   }
-  vec at(vec p) const { return raw(g.to_voxel(p)); }
 
   // `out` gets the points of the half: for the forward half the seed first.
   void half(vec seed, double sign, std::vector<vec>& out) const {
@@ -192,15 +206,34 @@ struct walker {
     const bool simplified = s.angles > 0;
     vec p = seed, previous{}, anchor = seed, q = seed;
     std::int64_t v = contrast ? grey_at(*contrast, seed) : 0;
+    // A step of less than a voxel often stays in the voxel of the step before:
+    // then the direction is the one already normalised, and its angle to the
+    // previous one is its angle to itself, worked out once.
+    voxel last{};
+    bool have = false, selfknown = false;
+    vec d{};
+    int self = 0;
     for (;;) {
       const std::int64_t w = contrast ? grey_at(*contrast, p) : 0;
-      const vec d = num::norm(at(p));
+      const voxel here = g.to_voxel(p);
+      const bool same = have && here.x == last.x && here.y == last.y && here.z == last.z;
+      if (!same) {
+        d = num::norm(raw(here));
+        last = here;
+        have = true;
+        selfknown = false;
+      }
       q = {p.x + sign * (d.x * g.stepvec.x), p.y + sign * (d.y * g.stepvec.y), p.z + sign * (d.z * g.stepvec.z)};
       if (num::notequal(q, p)) {
         if (!simplified) out.push_back(q);
         else if (bend.compare(num::sub(p, anchor), num::sub(q, p)) > 0) out.push_back(anchor = q);
       }
-      if (!g.in_box(q) || num::equal(q, p) || stop.compare(d, previous) >= 0 || double(out.size()) >= g.maxpoints) break;
+      if (!g.in_box(q) || num::equal(q, p)) break;
+      if (same && !selfknown) {
+        self = stop.compare(d, d);
+        selfknown = true;
+      }
+      if ((same ? self : stop.compare(d, previous)) >= 0 || double(out.size()) >= g.maxpoints) break;
       if (contrast) {
         if (std::abs(w - v) > s.stop_contrast) break;
         v = w;
