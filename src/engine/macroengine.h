@@ -78,6 +78,12 @@ struct macroengine {
   std::vector<regentry> registry;
   std::unordered_map<widetext, std::vector<std::uint32_t>> regindex;
   std::vector<const cmdrow*> reference;   // rows as registered, for the reference macro
+  // Each reference row's full command name and the source that holds its table.
+  struct refsource {
+    widetext name;
+    std::string_view file;
+  };
+  std::vector<refsource> referencesource;
   std::uint64_t registrygeneration = 1;   // new whenever rows are added or cut
 
   // Variables: three parallel columns sorted by scope, newest row wins.

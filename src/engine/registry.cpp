@@ -127,8 +127,13 @@ void register_defined(macroengine& m, wideview name, std::uint8_t cls, std::int6
   m.prefix = std::move(saved);
 }
 
-void register_rows(macroengine& m, std::string_view prefix, const cmdrow* rows, std::size_t count) {
+void register_rows(macroengine& m, std::string_view prefix, const cmdrow* rows, std::size_t count,
+                   std::source_location where) {
   prefix_set(m, prefix);
+  // The path from the source tree's `src/` on, whatever folder it was built in.
+  std::string_view file = where.file_name();
+  const std::size_t at = file.rfind("src/");
+  if (at != std::string_view::npos) file.remove_prefix(at);
   for (std::size_t i = 0; i < count; ++i) {
     const cmdrow& r = rows[i];
     switch (r.kind) {
@@ -139,6 +144,10 @@ void register_rows(macroengine& m, std::string_view prefix, const cmdrow* rows, 
       case cmdkind::variable: register_variable(m, r.name, r.start); break;
     }
     m.reference.push_back(&r);
+    widetext full = m.prefix + text::lower(text::from_utf8(r.name));
+    for (widechar& c : full)
+      if (c == u' ') c = u'.';
+    m.referencesource.push_back({std::move(full), file});
   }
   prefix_clear(m);
 }

@@ -1,6 +1,7 @@
 // registry.h: command table rows, the registry record and registration.
 #pragma once
 #include <cstdint>
+#include <source_location>
 #include <string_view>
 #include <vector>
 #include "foundation/widetext.h"
@@ -56,10 +57,13 @@ void register_block(macroengine& m, std::string_view name, handler start, handle
 // A macro-defined entry (procedure or function) at the current depth.
 void register_defined(macroengine& m, wideview name, std::uint8_t cls, std::int64_t line);
 // Registers a family's table under `prefix` and records its reference lines.
-void register_rows(macroengine& m, std::string_view prefix, const cmdrow* rows, std::size_t count);
+// `where` names the source that holds the table (for the command index).
+void register_rows(macroengine& m, std::string_view prefix, const cmdrow* rows, std::size_t count,
+                   std::source_location where = std::source_location::current());
 template <std::size_t N>
-void register_rows(macroengine& m, std::string_view prefix, const cmdrow (&rows)[N]) {
-  register_rows(m, prefix, rows, N);
+void register_rows(macroengine& m, std::string_view prefix, const cmdrow (&rows)[N],
+                   std::source_location where = std::source_location::current()) {
+  register_rows(m, prefix, rows, N, where);
 }
 
 // Lookups give the 1-based row or 0; they try the plural spellings when the
