@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The demo job end to end: synthetic fibres, scalar.diffusion, vector field saved as .nii.gz and read by nibabel.
+# Example 1's volume end to end: synthetic fibres, scalar.diffusion, vector field saved as .nii.gz and read by nibabel.
 set -u
 exe="$(realpath "$1")"
 source "$(dirname "$(readlink -f "$0")")/../skip.sh"
@@ -9,8 +9,10 @@ root="$(cd "$here/../.." && pwd)"
 dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 cd "$dir"
-/usr/bin/python3 "$root/demo/make_fibres.py" >/dev/null || { echo "FAIL make_fibres.py"; exit 1; }
-out=$("$exe" -strict -macro="$root/demo/fibres.macro" 2>&1 </dev/null)
+/usr/bin/python3 "$root/examples/01-fibres/make_data.py" >/dev/null || { echo "FAIL make_data.py"; exit 1; }
+printf '%s\n' debug.no scalar.8bit "scalar.load fibres.nii.gz" "scalar.diffusion.method 5" "scalar.diffusion 6" \
+  "vector.save fibres-directions.nii.gz" 'print "Fibre directions written to fibres-directions.nii.gz"' > fibres.macro
+out=$("$exe" -strict -macro=fibres.macro 2>&1 </dev/null)
 rc=$?
 fail=0
 [ $rc -eq 0 ] || { echo "FAIL exit $rc"; fail=1; }

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""make_fibres.py: writes fibres.nii.gz, a small 8-bit volume of fibre bundles in two directions.
+"""make_data.py: writes fibres.nii.gz, a small 8-bit volume of fibre bundles in two directions.
 
-Usage: python3 make_fibres.py [output.nii.gz]. Tubes of radius 2.6 run along x in the
+Usage: python3 make_data.py [output.nii.gz]. Tubes of radius 2.6 run along x in the
 lower half and along the diagonal of y and z in the upper half; grey values fall
 off from each tube's core, with a little deterministic noise. Standard library only.
 """
