@@ -81,14 +81,14 @@ void digits_cmd(macroengine& e) {
 // ---- save -----------------------------------------------------------------------
 
 enum class format : std::uint8_t { obj, dxf, ply, aply, vtp, asc, csv, prn, mel, smel, pov, spov, npov, inc,
-                                   sinc, ninc, open };
+                                   sinc, ninc, open, stl };
 
 // The extension each format's file gets, and the extensions `mesh.save` knows (in step with `format`).
 constexpr const char* extensions[] = {".obj", ".dxf", ".ply", ".ply", ".vtp", ".asc", ".csv", ".prn", ".mel",
-                                      ".mel", ".pov", ".pov", ".pov", ".inc", ".inc", ".inc", ".asc"};
+                                      ".mel", ".pov", ".pov", ".pov", ".inc", ".inc", ".inc", ".asc", ".stl"};
 constexpr const char* selectors[] = {"obj", "dxf", "ply", "aply", "vtp", "asc", "csv", "prn", "mel",
-                                     "smel", "pov", "spov", "npov", "inc", "sinc", "ninc", "open"};
-static_assert(std::size(extensions) == std::size(selectors) && std::size(selectors) == std::size_t(format::open) + 1);
+                                     "smel", "pov", "spov", "npov", "inc", "sinc", "ninc", "open", "stl"};
+static_assert(std::size(extensions) == std::size(selectors) && std::size(selectors) == std::size_t(format::stl) + 1);
 
 bool write(const mesh& m, const widetext& name, format f, const meshformat::objmaterial& material) {
   // The file formats need the decimal point whatever `math.decimal` says; the
@@ -113,6 +113,7 @@ bool write(const mesh& m, const widetext& name, format f, const meshformat::objm
     case format::sinc: return meshformat::save_pov(m, name, povnormals::smooth, true);
     case format::ninc: return meshformat::save_pov(m, name, povnormals::stored, true);
     case format::open: return meshformat::save_open(m, name);
+    case format::stl: return meshformat::save_stl(m, name);
   }
   return false;
 }
@@ -177,6 +178,7 @@ void save_dxf(macroengine& e) { save_one(e, format::dxf); }
 void save_ply(macroengine& e) { save_one(e, format::ply); }
 void save_ply_ascii(macroengine& e) { save_one(e, format::aply); }
 void save_vtp(macroengine& e) { save_one(e, format::vtp); }
+void save_stl(macroengine& e) { save_one(e, format::stl); }
 void save_asc(macroengine& e) { save_one(e, format::asc); }
 void save_csv(macroengine& e) { save_one(e, format::csv); }
 void save_prn(macroengine& e) { save_one(e, format::prn); }
@@ -199,6 +201,7 @@ constexpr cmdrow rows[] = {
     {"save.ply",        P, save_ply,        "mesh.save.ply file.ply", "binary PLY of the visible faces"},
     {"save.ply.ascii",  P, save_ply_ascii,  "mesh.save.ply.ascii file.ply", "ascii PLY"},
     {"save.vtp",        P, save_vtp,        "mesh.save.vtp file.vtp", "VTK XML poly data"},
+    {"save.stl",        P, save_stl,        "mesh.save.stl file.stl", "binary STL of the visible faces, quads as two triangles"},
     {"save.asc",        P, save_asc,        "mesh.save.asc file.asc", "points as rows x y z"},
     {"save.csv",        P, save_csv,        "mesh.save.csv file.csv", "points as rows x,y,z"},
     {"save.prn",        P, save_prn,        "mesh.save.prn file.prn", "points as tab-separated rows"},
@@ -209,7 +212,7 @@ constexpr cmdrow rows[] = {
     {"save.pov.smooth", P, save_pov_smooth, "mesh.save.pov.smooth file.pov", "POV-Ray scene, normals from the faces"},
     {"save.inc",        P, save_inc,        "mesh.save.inc file.inc", "POV-Ray include with a mesh2"},
     {"save.inc.smooth", P, save_inc_smooth, "mesh.save.inc.smooth file.inc", "POV-Ray include, normals from the faces"},
-    {"save",            P, save,            "mesh.save file.obj", "by extension: dxf obj ply aply vtp asc csv prn mel smel pov spov npov inc sinc ninc open"},
+    {"save",            P, save,            "mesh.save file.obj", "by extension: dxf obj ply aply vtp asc csv prn mel smel pov spov npov inc sinc ninc open stl"},
 };
 
 }  // namespace

@@ -50,6 +50,7 @@ mesh.save.ply out
 mesh.save.ply.ascii aout
 mesh.save.vtp out
 mesh.save.dxf out
+mesh.save out.stl
 EOF
 run write.macro
 $py - <<'PY' || fail=1
@@ -124,6 +125,26 @@ for reader, name, repeat in ((vtk.vtkOBJReader(), "out.obj", True), (vtk.vtkPLYR
     nr = [normals.GetTuple3(i) for i in range(normals.GetNumberOfTuples())] if normals else None
     check("vtk " + name + " has normals", nr is not None)
     same_mesh("vtk " + name, points, cells, nr, quads_repeat=repeat)
+# Binary STL: triangles as they are, quads as (p1 p2 p3) and (p1 p3 p4), each with the
+# unit normal of its corners.
+want = []
+for f in faces:
+    want += [f] if len(f) == 3 else [(f[0], f[1], f[2]), (f[0], f[2], f[3])]
+for name, got in (("meshio", meshio.read("out.stl")), ("vtk", None)):
+    if got is None:
+        data, points, cells = vtk_read(vtk.vtkSTLReader(), "out.stl")
+    else:
+        points, cells = got.points.tolist(), [c for block in got.cells for c in block.data.tolist()]
+    tris = [tuple(tuple(map(float, points[v])) for v in c) for c in cells]
+    check(name + " stl triangles", tris == [tuple(pts[v] for v in f) for f in want], tris[:2])
+import numpy, struct
+raw = open("out.stl", "rb").read()
+check("stl size", len(raw) == 84 + 50 * len(want) and struct.unpack_from("<I", raw, 80)[0] == len(want))
+for k, f in enumerate(want):
+    n = numpy.frombuffer(raw, "<f4", 3, 84 + 50 * k)
+    a, b, c = (numpy.array(pts[v]) for v in f)
+    e = numpy.cross(b - a, c - a)
+    check("stl normal %d" % k, numpy.allclose(n, e / numpy.linalg.norm(e), atol=1e-6), (n, e))
 print("meshio and vtk read our files" if ok else "meshio/vtk checks failed")
 sys.exit(0 if ok else 1)
 PY

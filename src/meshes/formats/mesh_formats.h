@@ -29,6 +29,7 @@ bool save_material(wideview name, std::string_view material, std::int64_t kind, 
 bool save_ply(const qv::mesh& m, wideview name);
 bool save_ply_ascii(const qv::mesh& m, wideview name, int digits);
 bool save_vtp(const qv::mesh& m, wideview name);
+bool save_stl(const qv::mesh& m, wideview name);   // binary
 bool save_dxf(const qv::mesh& m, wideview name);
 enum class ascform : std::uint8_t { asc, csv, prn };
 bool save_asc(const qv::mesh& m, wideview name, ascform form);
