@@ -97,7 +97,7 @@ bool save_stl(const qv::mesh& m, wideview name) {
     triangle(f.p1, f.p2, f.p3);
     if (!meshes::is_triangle(f)) triangle(f.p1, f.p3, f.p4);
   }
-  progress::set(1, label);
+  progress::end(label);
   return s.finish();
 }
 
