@@ -257,18 +257,61 @@ void of_block(macroengine& m, interpframe& fr, std::int64_t& ln, bool negate) {
 // ---- loops ---------------------------------------------------------------
 
 // The loop words of one loop, hashed once for all its passes; an empty name is
-// a word the loop does not set.
+// a word the loop does not set. The words become inner variables of the first
+// pass; `leave` keeps them between passes (see `macroengine::keeprows`), so the
+// later passes only change their values, and the loop drops them at its end.
 struct loopkeys {
+  macroengine& m;
   varkey length, rest, count, relative;
-  loopkeys(wideview l, wideview r, wideview c, wideview v)
-      : length{widetext(l)}, rest{widetext(r)}, count{widetext(c)}, relative{widetext(v)} {}
+  std::size_t rows = 0, at = 0;   // rows the loop made; the next one to set in this pass
+  bool first = true;
+  const std::int64_t outerdepth;   // the keep of an enclosing loop, restored at the end
+  const std::size_t outerrows;
+  loopkeys(macroengine& e, wideview l, wideview r, wideview c, wideview v)
+      : m(e), length{widetext(l)}, rest{widetext(r)}, count{widetext(c)}, relative{widetext(v)},
+        outerdepth(e.keepdepth), outerrows(e.keeprows) {}
+  loopkeys(const loopkeys&) = delete;
+  loopkeys& operator=(const loopkeys&) = delete;
+  ~loopkeys() {
+    m.keepdepth = outerdepth;
+    m.keeprows = outerrows;
+    if (!first && !m.stopflag) var_drop_inner(m, rows);
+  }
+  void set(varkey& key, widetext value) {
+    if (key.name.empty()) return;
+    if (first) {
+      var_new_inner_key(m, key, std::move(value));
+      ++rows;
+    } else {
+      m.varvalue[at++].s.assign(value, 0, shorttext::limit);   // into the buffer it has
+    }
+  }
+  // One pass over the body; false when the macro stops.
+  bool run(std::int64_t opener, std::int64_t& last) {
+    if (first) {
+      first = false;
+      m.keepdepth = m.depth + 1;
+      m.keeprows = rows;
+    }
+    block_name(m, u"for");
+    if (!run_pass(m, opener, last)) return false;
+    // The kept words are the newest rows, unless the pass did not come back to
+    // this depth; then they are made anew.
+    const std::size_t n = m.varname.size();
+    bool kept = n >= rows;
+    for (std::size_t i = n - (kept ? rows : 0); kept && i < n; ++i) kept = m.varscope[i] == m.depth + 1;
+    if (kept) {
+      at = n - rows;
+    } else {
+      first = true;
+      rows = 0;
+      m.keeprows = 0;
+    }
+    return true;
+  }
 };
 
-loopkeys for_words() { return loopkeys(u"for.length", u"for.rest", u"for.count", u"for.relative"); }
-
-void set_inner(macroengine& m, varkey& key, widetext value) {
-  if (!key.name.empty()) var_new_inner_key(m, key, std::move(value));
-}
+void set_inner(loopkeys& k, varkey& key, widetext value) { k.set(key, std::move(value)); }
 
 bool evaluate_all(macroengine& m, wideview text) {
   prepare(m, text);
@@ -331,14 +374,13 @@ void for_one(macroengine& m, std::int64_t& ln, std::int64_t n) {
   }
   const std::int64_t opener = ln, len = n < 0 ? -n : n, step = n < 0 ? -1 : 1;
   std::int64_t last = opener;
-  loopkeys k = for_words();
+  loopkeys k(m, u"for.length", u"for.rest", u"for.count", u"for.relative");
   for (std::int64_t i = step;; i += step) {
-    set_inner(m, k.length, nat::text(len));
-    set_inner(m, k.rest, nat::text(len - i));
-    set_inner(m, k.count, nat::text(i));
-    set_inner(m, k.relative, real_text(double(i) / double(n)));
-    block_name(m, u"for");
-    if (!run_pass(m, opener, last)) return;
+    set_inner(k, k.length, nat::text(len));
+    set_inner(k, k.rest, nat::text(len - i));
+    set_inner(k, k.count, nat::text(i));
+    set_inner(k, k.relative, real_text(double(i) / double(n)));
+    if (!k.run(opener, last)) return;
     if (i == n) break;
   }
   ln = last;
@@ -351,18 +393,17 @@ void for_real(macroengine& m, std::int64_t& ln, double a, double s, double b) {
   const double step = std::fabs(s);
   const bool down = b < a;
   std::int64_t last = opener;
-  loopkeys k = for_words();
+  loopkeys k(m, u"for.length", u"for.rest", u"for.count", u"for.relative");
   for (;;) {
     double span = down ? a - b + 1 : b - a + 1;
     double len = step == 0 ? 0 : span / step;
-    set_inner(m, k.length, nat::text(real::round_nat(len)));
-    set_inner(m, k.rest, widetext());
-    set_inner(m, k.relative, widetext());
-    set_inner(m, k.count, real_text(a));
+    set_inner(k, k.length, nat::text(real::round_nat(len)));
+    set_inner(k, k.rest, widetext());
+    set_inner(k, k.relative, widetext());
+    set_inner(k, k.count, real_text(a));
     a = down ? a - step : a + step;
     bool final_pass = down ? a < b : a > b;
-    block_name(m, u"for");
-    if (!run_pass(m, opener, last)) return;
+    if (!k.run(opener, last)) return;
     if (final_pass) break;
   }
   ln = last;
@@ -418,16 +459,15 @@ void random_passes(macroengine& m, std::int64_t& ln, const std::vector<T>& value
                    std::int64_t last_i) {
   const std::int64_t opener = ln, len = std::int64_t(values.size());
   std::int64_t last = opener;
-  loopkeys k = for_words();
+  loopkeys k(m, u"for.length", u"for.rest", u"for.count", u"for.relative");
   for (std::int64_t i = first; i <= last_i; ++i) {
     T v = i >= 1 && i <= len ? values[std::size_t(i - 1)] : T{};
-    set_inner(m, k.length, nat::text(len));
-    set_inner(m, k.rest, nat::text(len - i));
-    if constexpr (std::is_same_v<T, double>) set_inner(m, k.count, real_text(v));
-    else set_inner(m, k.count, nat::text(v));
-    set_inner(m, k.relative, real_text(len ? double(i) / double(len) : 0));
-    block_name(m, u"for");
-    if (!run_pass(m, opener, last)) return;
+    set_inner(k, k.length, nat::text(len));
+    set_inner(k, k.rest, nat::text(len - i));
+    if constexpr (std::is_same_v<T, double>) set_inner(k, k.count, real_text(v));
+    else set_inner(k, k.count, nat::text(v));
+    set_inner(k, k.relative, real_text(len ? double(i) / double(len) : 0));
+    if (!k.run(opener, last)) return;
   }
   ln = last;
   m.currentline = ln;
@@ -495,15 +535,14 @@ std::int64_t count_passes(macroengine& m, std::int64_t opener, std::int64_t a, s
   const std::int64_t len = (a > b ? a - b : b - a) + 1, step = a > b ? -1 : 1;
   std::int64_t last = opener;
   bool ran = false;
-  loopkeys k(length, rest, count, relative);
+  loopkeys k(m, length, rest, count, relative);
   for (std::int64_t i = a;; i += step) {
     if (!take || take(i)) {
-      set_inner(m, k.length, nat::text(len));
-      set_inner(m, k.rest, nat::text(len - i));
-      set_inner(m, k.count, nat::text(i));
-      set_inner(m, k.relative, real_text(double(i > a ? i - a : a - i) + 1.0 / double(len)));
-      block_name(m, u"for");
-      if (!run_pass(m, opener, last)) return m.currentline;
+      set_inner(k, k.length, nat::text(len));
+      set_inner(k, k.rest, nat::text(len - i));
+      set_inner(k, k.count, nat::text(i));
+      set_inner(k, k.relative, real_text(double(i > a ? i - a : a - i) + 1.0 / double(len)));
+      if (!k.run(opener, last)) return m.currentline;
       ran = true;
     }
     if (i == b) break;

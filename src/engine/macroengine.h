@@ -92,6 +92,10 @@ struct macroengine {
   std::unordered_map<widetext, std::vector<std::uint32_t>> varindex;
   std::vector<std::vector<std::uint32_t>*> varslot;   // each row's list in `varindex`
   std::uint64_t varindexgeneration = 1;               // new whenever `varindex` is rebuilt
+  // The words of the innermost running loop: `leave` at depth `keepdepth` keeps the
+  // first `keeprows` rows of that scope, whose values the loop sets anew each pass.
+  std::int64_t keepdepth = -1;
+  std::size_t keeprows = 0;
   std::vector<widetext> varspare;   // buffers of cut names, reused by the next rows (loops)
 
   std::vector<shorttext> withpath;
@@ -164,6 +168,7 @@ std::size_t var_new_inner(macroengine& m, wideview name, wideview value);
 // The same two for names already in stored form (see `varkey`).
 void var_set_key(macroengine& m, varkey& key, widetext value);
 void var_new_inner_key(macroengine& m, varkey& key, widetext value);
+void var_drop_inner(macroengine& m, std::size_t count);   // up to `count` newest rows above the current depth
 void var_set_at(macroengine& m, wideview name, wideview value, std::int64_t scope);
 widetext var_get(const macroengine& m, wideview name);
 std::size_t var_find(const macroengine& m, wideview name);   // 1-based row or 0

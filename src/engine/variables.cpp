@@ -178,6 +178,19 @@ widetext substitute_word(const macroengine& m, widetext word) {
   }
 }
 
+void var_drop_inner(macroengine& m, std::size_t count) {
+  std::size_t n = m.varname.size();
+  while (count-- > 0 && n > 0 && m.varscope[n - 1] > m.depth) {
+    --n;
+    if (!m.varslot[n]->empty()) m.varslot[n]->pop_back();
+    if (m.varspare.size() < 64) m.varspare.push_back(std::move(m.varname[n].s));
+  }
+  m.varslot.resize(n);
+  m.varname.resize(n);
+  m.varvalue.resize(n);
+  m.varscope.resize(n);
+}
+
 void leave(macroengine& m) {
   std::int64_t d = m.depth;
   auto cut_at = [d](const std::vector<std::int64_t>& scopes) {
@@ -200,6 +213,7 @@ void leave(macroengine& m) {
   std::size_t mm = cut_at(m.modulemark);
   m.modulemark.resize(mm);
   std::size_t v = cut_at(m.varscope);
+  if (m.keeprows && m.keepdepth == d) v = std::min(m.varname.size(), v + m.keeprows);   // a loop's words
   if (v < m.varname.size()) {
     // An emptied entry stays: loops make the same names again on every pass.
     for (std::size_t i = m.varname.size(); i-- > v;) {
