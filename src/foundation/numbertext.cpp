@@ -213,8 +213,54 @@ std::size_t clean(char* s, std::size_t n) {
   return n;
 }
 
+}  // namespace
+
+// The text `std::to_chars` gives for `decimals` places, by integer arithmetic:
+// |v| = m * 2^e with m below 2^53, so m * 10^decimals fits 128 bits, and one
+// shift with half-to-even rounding gives the last digit. Only for |v| below
+// 2^53 with a fraction and up to 17 places; false leaves the rest to the library.
+bool real::fixed_exact_into(double v, int decimals, char* out, std::size_t& n) {
+  const double a = std::fabs(v);
+  if (decimals > 17 || !(a < 9007199254740992.0) || a == std::trunc(a)) return false;
+  int e;
+  const double f = std::frexp(a, &e);   // a = f * 2^e, f in [0.5, 1)
+  const std::uint64_t m = static_cast<std::uint64_t>(std::ldexp(f, 53));
+  const int shift = 53 - e;             // a = m / 2^shift, shift above 0
+  unsigned __int128 scale = 1;
+  for (int i = 0; i < decimals; ++i) scale *= 10;
+  const unsigned __int128 x = static_cast<unsigned __int128>(m) * scale;   // below 2^110
+  unsigned __int128 q = 0;
+  if (shift < 127) {
+    q = x >> shift;
+    const unsigned __int128 rest = x - (q << shift), half = static_cast<unsigned __int128>(1) << (shift - 1);
+    if (rest > half || (rest == half && (q & 1))) ++q;
+  }
+  std::uint64_t whole, part;
+  if (q >> 64 == 0) {   // the common case, no 128-bit division
+    const std::uint64_t q64 = static_cast<std::uint64_t>(q), s64 = static_cast<std::uint64_t>(scale);
+    whole = q64 / s64;
+    part = q64 % s64;
+  } else {
+    whole = static_cast<std::uint64_t>(q / scale);
+    part = static_cast<std::uint64_t>(q % scale);
+  }
+  n = 0;
+  if (std::signbit(v)) out[n++] = '-';
+  n += write_digits(static_cast<std::int64_t>(whole), out + n);
+  if (decimals > 0) {
+    out[n++] = '.';
+    for (int i = decimals; i-- > 0; part /= 10) out[n + std::size_t(i)] = char('0' + part % 10);
+    n += std::size_t(decimals);
+  }
+  return true;
+}
+
+namespace {
+
 std::size_t fixed_into(double v, int decimals, char* out) {
   if (!std::isfinite(v)) return put(out, "0");
+  std::size_t exact;
+  if (real::fixed_exact_into(v, decimals, out, exact)) return clean(out, exact);
   auto r = std::to_chars(out, out + real::textroom - 40, v, std::chars_format::fixed, decimals);
   if (r.ec != std::errc()) return put(out, "0");
   return clean(out, std::size_t(r.ptr - out));

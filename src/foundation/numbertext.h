@@ -42,6 +42,10 @@ widetext text_fixed(double v, int n);  // n decimals
 std::size_t text_into(double v, char* out);
 std::size_t text_short_into(double v, char* out);
 std::size_t text_fixed_into(double v, int n, char* out);
+// The digits `std::to_chars` gives for `decimals` places (before any cleaning), by exact
+// integer arithmetic; false (and nothing written) outside |v| < 2^53 with a fraction and
+// up to 17 places. The fast path of the fixed forms.
+bool fixed_exact_into(double v, int decimals, char* out, std::size_t& n);
 // Clamps to the 64-bit range, then rounds half to even; NaN gives 0.
 std::int64_t round_nat(double v);
 }  // namespace real
