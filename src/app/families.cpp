@@ -48,6 +48,7 @@ void register_all(macroengine& m) {
   tensor::register_commands(m);
   tensor::register_measures(m);
   tensor::register_files(m);
+  tensor::register_resample(m);
   meshes::register_commands(m);
   meshes::register_files(m);
   line::register_commands(m);

@@ -38,8 +38,12 @@ vector index_to_global(const frame& f, vector i) {
   return {d.x + f.offset.x, d.y + f.offset.y, d.z + f.offset.z};
 }
 
+}  // namespace
+
+// ---- shared with the tensor field's two stacks
+
 // The box of `size` at `first` of `s`, as a field with its origin moved there.
-vectorfield cut(const vectorfield& s, natvector first, natvector size) {
+vectorfield cut(const vectorfield& s, framemath::natvector first, framemath::natvector size) {
   vectorfield out;
   out.tag = s.tag;
   if (!create_field(out, std::uint8_t(s.tag), size.x, size.y, size.z)) return out;
@@ -51,6 +55,48 @@ vectorfield cut(const vectorfield& s, natvector first, natvector size) {
       for (std::int64_t x = 1; x <= size.x; ++x) set(out, x, y, z, get(s, first.x + x - 1, first.y + y - 1, first.z + z - 1));
   return out;
 }
+
+void move_block(vectorfield& f, framemath::natvector a, framemath::natvector b, framemath::natvector d) {
+  const auto [first, size] = resample::between(a, b);
+  const vectorfield block = cut(f, first, size);
+  for (std::int64_t z = 0; z < size.z; ++z)
+    for (std::int64_t y = 0; y < size.y; ++y)
+      for (std::int64_t x = 0; x < size.x; ++x) set(f, first.x + x, first.y + y, first.z + z, vector{});
+  for (std::int64_t z = 1; z <= block.depth; ++z)
+    for (std::int64_t y = 1; y <= block.height; ++y)
+      for (std::int64_t x = 1; x <= block.width; ++x)
+        set(f, first.x + d.x + x - 1, first.y + d.y + y - 1, first.z + d.z + z - 1, get(block, x, y, z));
+}
+
+// `s` scaled to `size`, each voxel from the block it covers, as the scalar copy does.
+vectorfield scaled(const vectorfield& s, framemath::natvector size, int method) {
+  vectorfield out;
+  if (!create_field(out, std::uint8_t(s.tag), size.x, size.y, size.z)) return out;
+  out.frame = resample::scaled_frame(s.frame, {s.width, s.height, s.depth}, size);
+  out.background = s.background;
+  std::vector<double> c[3];
+  for (std::int64_t z = 1; z <= size.z; ++z) {
+    std::int64_t z0, z1, y0, y1, x0, x1;
+    resample::block_of(z, s.depth, size.z, z0, z1);
+    for (std::int64_t y = 1; y <= size.y; ++y) {
+      resample::block_of(y, s.height, size.y, y0, y1);
+      for (std::int64_t x = 1; x <= size.x; ++x) {
+        resample::block_of(x, s.width, size.x, x0, x1);
+        for (auto& v : c) v.clear();
+        for (std::int64_t k = z0; k <= z1; ++k)
+          for (std::int64_t j = y0; j <= y1; ++j)
+            for (std::int64_t i = x0; i <= x1; ++i) {
+              const vector v = get(s, i, j, k);
+              c[0].push_back(v.x), c[1].push_back(v.y), c[2].push_back(v.z);
+            }
+        set(out, x, y, z, {resample::reduce(c[0], method), resample::reduce(c[1], method), resample::reduce(c[2], method)});
+      }
+    }
+  }
+  return out;
+}
+
+namespace {
 
 widetext box_text(natvector a, natvector b) { return natvector_text(a) + u" .. " + natvector_text(b); }
 
@@ -87,16 +133,7 @@ void move_cmd(macroengine& m) {
   vectorfield& f = current();
   if (!ready(m, f)) return;
   const natvector a = read_index(macro::parameter(m, 1)), b = read_index(macro::parameter(m, 2));
-  const natvector d = read_index(macro::parameter(m, 3));
-  const auto [first, size] = resample::between(a, b);
-  const vectorfield block = cut(f, first, size);
-  for (std::int64_t z = 0; z < size.z; ++z)
-    for (std::int64_t y = 0; y < size.y; ++y)
-      for (std::int64_t x = 0; x < size.x; ++x) set(f, first.x + x, first.y + y, first.z + z, vector{});
-  for (std::int64_t z = 1; z <= block.depth; ++z)
-    for (std::int64_t y = 1; y <= block.height; ++y)
-      for (std::int64_t x = 1; x <= block.width; ++x)
-        set(f, first.x + d.x + x - 1, first.y + d.y + y - 1, first.z + d.z + z - 1, get(block, x, y, z));
+  move_block(f, a, b, read_index(macro::parameter(m, 3)));
 }
 
 // ---- scaled copies
@@ -107,34 +144,6 @@ int copy_method = 1;
 void copy_method_cmd(macroengine& m) {
   if (macro::parameter_count(m) != 1) return macro::check_exact(m, 1);
   copy_method = int(std::clamp<std::int64_t>(text::nat(macro::parameter(m, 1)), 0, 7));
-}
-
-// `s` scaled to `size`, each voxel from the block it covers, as the scalar copy does.
-vectorfield scaled(const vectorfield& s, natvector size) {
-  vectorfield out;
-  if (!create_field(out, std::uint8_t(s.tag), size.x, size.y, size.z)) return out;
-  out.frame = resample::scaled_frame(s.frame, {s.width, s.height, s.depth}, size);
-  out.background = s.background;
-  std::vector<double> c[3];
-  for (std::int64_t z = 1; z <= size.z; ++z) {
-    std::int64_t z0, z1, y0, y1, x0, x1;
-    resample::block_of(z, s.depth, size.z, z0, z1);
-    for (std::int64_t y = 1; y <= size.y; ++y) {
-      resample::block_of(y, s.height, size.y, y0, y1);
-      for (std::int64_t x = 1; x <= size.x; ++x) {
-        resample::block_of(x, s.width, size.x, x0, x1);
-        for (auto& v : c) v.clear();
-        for (std::int64_t k = z0; k <= z1; ++k)
-          for (std::int64_t j = y0; j <= y1; ++j)
-            for (std::int64_t i = x0; i <= x1; ++i) {
-              const vector v = get(s, i, j, k);
-              c[0].push_back(v.x), c[1].push_back(v.y), c[2].push_back(v.z);
-            }
-        set(out, x, y, z, {resample::reduce(c[0], copy_method), resample::reduce(c[1], copy_method), resample::reduce(c[2], copy_method)});
-      }
-    }
-  }
-  return out;
 }
 
 bool size_valid(natvector s) { return s.x >= 1 && s.y >= 1 && s.z >= 1 && s.x * s.y * s.z <= (std::int64_t(1) << 32); }
@@ -155,7 +164,7 @@ void copy_cmd(macroengine& m) {
   }
   const natvector size = read_index(macro::parameter(m, 2));
   if (!size_valid(size)) return macro::check_exact(m, 2);
-  t = scaled(*s, size);
+  t = scaled(*s, size, copy_method);
 }
 
 void resize_cmd(macroengine& m) {
@@ -166,7 +175,7 @@ void resize_cmd(macroengine& m) {
   const natvector size = n == 1 ? read_index(macro::parameter(m, 1))
                                 : natvector{text::nat(macro::parameter(m, 1)), text::nat(macro::parameter(m, 2)),
                                             text::nat(macro::parameter(m, 3))};
-  if (size_valid(size)) f = scaled(f, size);
+  if (size_valid(size)) f = scaled(f, size, copy_method);
 }
 
 // `vector.substack <x1,y1,z1> <x2,y2,z2>` or `new := vector.substack old <..> <..>`.
