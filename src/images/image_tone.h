@@ -73,4 +73,41 @@ void equal_table(const std::int64_t* h, std::int64_t top, std::int64_t count, T*
   }
 }
 
+// The peak of a histogram h[0..top]: the most frequent value above 0 (the
+// background does not count), the smaller on a tie; -1 when only 0 occurs.
+inline std::int64_t peak_of(const std::int64_t* h, std::int64_t top) {
+  std::int64_t best = -1;
+  for (std::int64_t i = 1; i <= top; ++i)
+    if (h[i] > 0 && (best < 0 || h[i] > h[best])) best = i;
+  return best;
+}
+
+// The tables of the peak forms, from the histogram's peak p and its smallest and
+// largest values lo..hi above 0: `lower` stretches p..hi to the full range (the
+// peak and what lies below it go to 0), `higher` stretches lo..p (the peak and
+// what lies above it go to the top), `middle` maps lo..p to 0..top/2 and p..hi to
+// top/2..top. False (table untouched) when the field holds no such value.
+enum class peakform { lower, middle, higher };
+template <typename T>
+bool peak_table(const std::int64_t* h, std::int64_t top, peakform form, T* table) {
+  const std::int64_t p = peak_of(h, top);
+  if (p < 0) return false;
+  std::int64_t lo = 1, hi = top;
+  while (h[lo] == 0) ++lo;
+  while (h[hi] == 0) --hi;
+  switch (form) {
+    case peakform::lower: adjust_table(p, hi, top, table); return hi > p;
+    case peakform::higher: adjust_table(lo, p, top, table); return p > lo;
+    case peakform::middle: break;
+  }
+  const std::int64_t mid = top / 2;
+  for (std::int64_t i = 0; i <= top; ++i) {
+    double v = i <= lo ? 0.0 : i >= hi ? double(top)
+             : i <= p ? (p > lo ? double(i - lo) / double(p - lo) * double(mid) : double(mid))
+                      : double(mid) + double(i - p) / double(hi - p) * double(top - mid);
+    table[i] = T(std::clamp<std::int64_t>(round_even(v), 0, top));
+  }
+  return hi > lo;
+}
+
 }  // namespace qv::tone

@@ -151,6 +151,7 @@ void register_commands(macroengine& m) {
   register_morph(m);
   register_filter(m);
   register_tone(m);
+  register_samples(m);
 }
 
 }  // namespace qv::scalar

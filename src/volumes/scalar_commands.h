@@ -15,6 +15,7 @@ void register_append(macroengine& m);
 void register_morph(macroengine& m);
 void register_filter(macroengine& m);
 void register_tone(macroengine& m);
+void register_samples(macroengine& m);
 // Brings a second field to the size and frame of `like`, keeping its type, and
 // prints "  Assigned scalar field (x x y x z) updated.".
 void assign_size(scalarfield& f, const scalarfield& like);

@@ -170,6 +170,56 @@ struct weightslice {
   }
 };
 
+// `scalar.filter.median.add`, `.mean`, `.mul`: along each axis the voxel and its
+// two neighbours (those inside the field) are added, averaged or multiplied; the
+// voxel becomes the median of the three axis values, clamped to its type. An
+// edge in one axis thus counts the other two, and noise along one axis is outvoted.
+enum class axisop { add, mean, mul };
+
+template <typename T, axisop op>
+struct medianslice {
+  std::int64_t w, h, d;
+  static std::int64_t combine(const T* p, std::int64_t step, bool before, bool after) {
+    std::int64_t a = p[0], n = 1;
+    if constexpr (op == axisop::mul) {
+      constexpr std::int64_t cap = std::int64_t(1) << 40;   // far above the type's top, below overflow
+      if (before) a = std::min(a * std::int64_t(p[-step]), cap);
+      if (after) a = std::min(a * std::int64_t(p[step]), cap);
+      return a;
+    } else {
+      if (before) a += p[-step], ++n;
+      if (after) a += p[step], ++n;
+      return op == axisop::mean ? a / n : a;
+    }
+  }
+  void operator()(const T* v, std::int64_t z, T* out) const {
+    constexpr std::int64_t top = sizeof(T) == 1 ? 255 : 65535;
+    const std::int64_t plane = w * h;
+    for (std::int64_t y = 0; y < h; ++y)
+      for (std::int64_t x = 0; x < w; ++x) {
+        const T* p = v + z * plane + y * w + x;
+        std::int64_t a = combine(p, 1, x > 0, x + 1 < w), b = combine(p, w, y > 0, y + 1 < h),
+                     c = combine(p, plane, z > 0, z + 1 < d);
+        const std::int64_t median = std::max(std::min(a, b), std::min(std::max(a, b), c));
+        out[y * w + x] = T(std::clamp<std::int64_t>(median, 0, top));
+      }
+  }
+};
+
+constexpr const char16_t* median_labels[] = {u"  Median filter (add)", u"  Median filter (mean)", u"  Median filter (mul)"};
+
+template <axisop op>
+void median_cmd(macroengine& m) {
+  if (macro::parameter_count(m) != 0) return macro::check_max(m, 0);
+  scalarfield& f = current();
+  if (!ready(m, f)) return;
+  with_voxels(f, [&](auto* v) {
+    using T = std::remove_pointer_t<decltype(v)>;
+    run_ring(v, f.width, f.height, f.depth, thread_max(m), median_labels[int(op)],
+             medianslice<T, op>{f.width, f.height, f.depth});
+  });
+}
+
 // Reads the optional pass count: no parameter is once, below 1 nothing.
 bool times(macroengine& m, std::int64_t& n) {
   if (macro::parameter_count(m) > 1) {
@@ -259,6 +309,9 @@ constexpr cmdrow rows[] = {
     {"smooth.label",    P, smooth_label_cmd,  "scalar.smooth.label 27",                 "look for highest amount of value - ignore highest zeros from 27 to 10"},
     {"cleanup",         P, cleanup_cmd,       "scalar.cleanup",                         "setadjust + smooth + 2 x unsharpmasking"},
     {"filter",          P, filter_cmd,        "scalar.filter 0 0 0 0 1 0 0 0 0 0 1 0 1 1 1 0 1 0 0 0 0 0 1 0 0 0 0 7", "matrix [1..27] div [28]"},
+    {"filter.median.add",  P, median_cmd<axisop::add>,  "scalar.filter.median.add",  "median from (add along x, y and z)"},
+    {"filter.median.mean", P, median_cmd<axisop::mean>, "scalar.filter.median.mean", "median from (mean along x, y and z)"},
+    {"filter.median.mul",  P, median_cmd<axisop::mul>,  "scalar.filter.median.mul",  "median from (mul along x, y and z)"},
 };
 
 }  // namespace

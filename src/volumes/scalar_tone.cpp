@@ -111,6 +111,16 @@ void setvalue_cmd(macroengine& m) {
   });
 }
 
+// `scalar.setpeaklower`, `.setpeakmiddle`, `.setpeakhigher`: the histogram's peak
+// (the most frequent value above 0) goes to the bottom, middle or top of the range.
+template <tone::peakform form>
+void setpeak_cmd(macroengine& m) {
+  if (macro::parameter_count(m) != 0) return macro::check_max(m, 0);
+  through_table(m, [](auto* t, const std::int64_t* h, std::int64_t, std::int64_t top) {
+    return tone::peak_table(h, top, form, t);
+  });
+}
+
 constexpr cmdkind P = cmdkind::procedure;
 
 constexpr cmdrow rows[] = {
@@ -123,6 +133,9 @@ constexpr cmdrow rows[] = {
     {"setvalue",   P, setvalue_cmd,         "scalar.setvalue <10,20> 0",           "sets a value range to 0"},
     {"setadjust",  P, setadjust_cmd,        "scalar.setadjust <lo,hi> <a,b>",      "stretches lo..hi (default the own range) to a..b (default the full range)"},
     {"setequal",   P, setequal_cmd,         "scalar.setequal",                     "histogram equalisation"},
+    {"setpeaklower",  P, setpeak_cmd<tone::peakform::lower>,  "scalar.setpeaklower",  "the histogram peak (most frequent value above 0) and all below go to 0, the rest is stretched above it"},
+    {"setpeakmiddle", P, setpeak_cmd<tone::peakform::middle>, "scalar.setpeakmiddle", "the histogram peak goes to the middle of the range, the values below and above are stretched around it"},
+    {"setpeakhigher", P, setpeak_cmd<tone::peakform::higher>, "scalar.setpeakhigher", "the histogram peak and all above go to the top, the rest is stretched below it"},
 };
 
 }  // namespace
