@@ -9,9 +9,9 @@
 namespace qv::threads {
 
 // Process-wide counters of the running frame; cleared by the frame before a run.
-// `slices_started` is written by the frame's thread alone; workers increment
-// `slice_taken` once they hold their z and `slices_finished` as their last act.
-extern std::atomic<std::uint32_t> slices_started, slices_finished, slice_taken;
+// Workers increment `slices_started` as they take a slice (in ascending z) and
+// `slices_finished` as their last act on it.
+extern std::atomic<std::uint32_t> slices_started, slices_finished;
 // Slices whose routine ended by an exception (out of memory); the handler may report them.
 extern std::atomic<std::uint32_t> slices_failed;
 
@@ -23,9 +23,9 @@ std::int64_t max_from_text(wideview t);
 using slicefn = void (*)(void* context, std::int64_t z);
 
 // The frame: prints "Working threads: " nz and "Parallel: " maxthreads, drives
-// the progress line under `label`, starts one thread per slice in ascending z, with at most `maxthreads` running
-// at once, and returns when all have ended. A slice whose thread cannot be
-// started is skipped silently.
+// the progress line under `label`, runs the slices in ascending z on at most
+// `maxthreads` workers at once, and returns when all have ended. If no worker
+// can be started, every slice is skipped silently.
 void per_slice(std::int64_t nz, std::int64_t maxthreads, wideview label, slicefn fn, void* context);
 
 template <typename F>
@@ -37,9 +37,9 @@ void per_slice(std::int64_t nz, std::int64_t maxthreads, wideview label, F& f) {
 // The slice ring of the filters that overwrite the field they read. Slice z is
 // computed into its own buffer; the buffer is written back only once both
 // neighbours have been computed, so no worker reads a neighbour's new values.
-// States: 2 pending, 1 computed, 0 written (or never started).
+// States: 2 pending, 1 computed, 3 being written, 0 written (or never started).
 struct slice_set {
-  std::vector<std::vector<unsigned char>> buffers;   // index z - 1
+  std::vector<std::unique_ptr<unsigned char[]>> buffers;   // index z - 1
   std::unique_ptr<std::atomic<std::uint8_t>[]> slice_state;
   std::int64_t count = 0;
   std::uint8_t state(std::int64_t z) const {   // outside 1..count counts as written

@@ -21,7 +21,10 @@ namespace {
 template <typename T, typename K>
 void box_slice(const T* v, std::int64_t w, std::int64_t h, std::int64_t d, std::int64_t z, T* out, K kernel) {
   const std::size_t plane = std::size_t(w * h);
-  std::vector<std::uint32_t> column(plane), rows(static_cast<std::size_t>(w));
+  // Scratch of the calling thread, kept between slices: every entry is written before it is read.
+  static thread_local std::vector<std::uint32_t> column, rows;
+  if (column.size() < plane) column.resize(plane);
+  if (rows.size() < std::size_t(w)) rows.resize(std::size_t(w));
   const T* mid = v + z * std::int64_t(plane);
   std::int64_t cz = 1;
   for (std::size_t i = 0; i < plane; ++i) column[i] = mid[i];

@@ -45,8 +45,7 @@ constexpr cmdkind P = cmdkind::procedure;
 
 constexpr cmdrow rows[] = {
     // name     kind handler      usage                                 comment
-    {"samples", P, samples_cmd, "scalar.samples <64,128> old",         "store values from 64..128 into line"},
-    {"samples", P, samples_cmd, "scalar.samples <64,128> old1 old2",   "store the values of old2 where old1 is in 64..128 into line"},
+    {"samples", P, samples_cmd, "scalar.samples <64,128> old1 [old2]", "store values from 64..128 into line (with old2: old2's values where old1 is in 64..128)"},
 };
 
 }  // namespace
