@@ -57,23 +57,15 @@ void with(macroengine& m, interpframe& fr, std::int64_t& ln) {
   m.currentline = ln;
 }
 
-// Where the outermost call of a defined command began on this thread's stack.
+// Where the outermost run began on this thread's stack.
 thread_local const char* stack_top = nullptr;
 
-// The stack a nest of calls may use: three quarters of the limit, and of 1 GiB
-// when the limit is none.
-std::size_t stack_budget() {
+// The stack limit, or 1 GiB when there is none.
+std::size_t stack_limit() {
   rlimit r{};
   std::size_t limit = std::size_t(1) << 30;
   if (getrlimit(RLIMIT_STACK, &r) == 0 && r.rlim_cur != RLIM_INFINITY) limit = std::min(limit, std::size_t(r.rlim_cur));
-  return limit / 4 * 3;
-}
-
-bool stack_left(int nesting) {
-  char here;
-  if (nesting == 0) stack_top = &here;
-  static const std::size_t budget = stack_budget();
-  return stack_top && std::size_t(stack_top > &here ? stack_top - &here : &here - stack_top) < budget;
+  return limit;
 }
 
 // Lines added by splices since entry `from` of the log, in front of line `line`.
@@ -84,6 +76,17 @@ std::int64_t shifted(const macroengine& m, std::size_t from, std::int64_t line) 
 }
 
 }  // namespace
+
+void stack_mark() {
+  char here;
+  if (!stack_top) stack_top = &here;
+}
+
+bool stack_left(int eighths) {
+  char here;
+  static const std::size_t limit = stack_limit();
+  return !stack_top || std::size_t(stack_top > &here ? stack_top - &here : &here - stack_top) < limit / 8 * std::size_t(eighths);
+}
 
 bool definition_word(macroengine& m, interpframe& fr, std::int64_t& ln) {
   const widetext& w = m.command;
@@ -103,7 +106,7 @@ void call_defined(macroengine& m, std::size_t row) {
   const regentry& e = m.registry[row - 1];
   const bool function = e.cls() == regclass::function;
   const std::int64_t line = e.line, caller = m.currentline;
-  if (m.callnesting >= max_call_nesting || !stack_left(m.callnesting)) {
+  if (m.callnesting >= max_call_nesting || !stack_left(6)) {
     error(m, u"recursion too deep: " + e.name.str() + u" after " + nat::text(m.callnesting) + u" nested calls");
     return;
   }

@@ -13,9 +13,18 @@ bool definition_word(macroengine& m, interpframe& fr, std::int64_t& ln);
 // Runs the macro-defined procedure or function of registry row `row` (1-based).
 void call_defined(macroengine& m, std::size_t row);
 // Nested calls of macro-defined commands allowed before a recursion is reported.
-// A call is refused earlier when the calls in progress have used three quarters of
-// the process stack (`ulimit -s`), since each costs several interpreter frames.
+// A call is refused earlier when three quarters of the process stack (`ulimit -s`)
+// are used, since each costs several interpreter frames.
 inline constexpr int max_call_nesting = 10000;
+// Nested blocks allowed before the run stops with "blocks nested too deep"; the
+// same stack rule holds for them.
+inline constexpr std::int64_t max_block_depth = 100000;
+// The stack of the run: `stack_mark` notes where the outermost run began on this
+// thread (once); `stack_left` says whether less than `eighths` eighths of the
+// stack limit is used since. Calls stop at six eighths and blocks at seven, so a
+// runaway recursion is told as one.
+void stack_mark();
+bool stack_left(int eighths);
 
 // Splices the file named by the rest of the line in place of the current line.
 void include_file(macroengine& m, interpframe& fr);

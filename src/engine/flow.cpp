@@ -473,6 +473,26 @@ void random_passes(macroengine& m, std::int64_t& ln, const std::vector<T>& value
   m.currentline = ln;
 }
 
+// A static array of n entries; where the memory is not there, the allocation
+// report of the array store, and false.
+template <typename T>
+bool static_array(std::vector<T>& v, std::uint64_t n) {
+  try {
+    v.resize(static_cast<std::size_t>(n));
+    return true;
+  } catch (const std::exception&) {   // bad_alloc, or a length beyond any vector
+    print::line(u"  Wrong static allocation (Out of memory?)! Create empty field.");
+    return false;
+  }
+}
+
+// The body passed over, as for a loop of no passes.
+void skip_body(macroengine& m, std::int64_t& ln) {
+  block_name(m, u"for.ignore");
+  ln = interpret(m, ln, false);
+  m.currentline = ln;
+}
+
 void for_random(macroengine& m, interpframe& fr, std::int64_t& ln) {
   prepare(m, fr.line);
   std::size_t n = parameter_count(m);
@@ -486,7 +506,8 @@ void for_random(macroengine& m, interpframe& fr, std::int64_t& ln) {
       m.currentline = ln;
       return;
     }
-    std::vector<std::int64_t> values(static_cast<std::size_t>(len));
+    std::vector<std::int64_t> values;
+    if (!static_array(values, std::uint64_t(len))) return skip_body(m, ln);
     for (std::int64_t i = 1; i <= len; ++i) values[std::size_t(i - 1)] = i;
     shuffle(values);
     random_passes(m, ln, values, 1, len);
@@ -496,7 +517,8 @@ void for_random(macroengine& m, interpframe& fr, std::int64_t& ln) {
     if (m.trace) print::line(u"  for.random|" + nat::text(a) + u".." + nat::text(b) + u"|");
     // A fixed array of b-a+1 entries filled at the indices a..b: past its end the
     // writes are dropped, so that only a = 1 gives the whole set.
-    std::vector<std::int64_t> values(static_cast<std::size_t>(b - a + 1));
+    std::vector<std::int64_t> values;
+    if (!static_array(values, std::uint64_t(b) - std::uint64_t(a) + 1)) return skip_body(m, ln);
     for (std::int64_t i = a; i <= b; ++i)
       if (i >= 1 && i <= std::int64_t(values.size())) values[std::size_t(i - 1)] = i;
     shuffle(values);

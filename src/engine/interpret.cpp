@@ -1,5 +1,7 @@
 // interpret.cpp: the interpreter loop, line forms, assignment and dispatch.
 #include <cstdlib>
+#include <new>
+#include <stdexcept>
 
 #include "engine/definitions.h"
 #include "engine/flow.h"
@@ -224,10 +226,18 @@ void break_action(macroengine& m) {
 
 void call_row(macroengine& m, std::size_t row, wideview name, wideview kind) {
   const regentry& e = m.registry[row - 1];
-  if (e.start) e.start(m);
-  else if (e.finish) e.finish(m);
-  else if (e.line) call_defined(m, row);
-  else error_unknown(m, name, kind);
+  // A handler whose memory ran out ends with the array store's report, and the
+  // macro goes on, as after a failed allocation of a field.
+  try {
+    if (e.start) e.start(m);
+    else if (e.finish) e.finish(m);
+    else if (e.line) call_defined(m, row);
+    else error_unknown(m, name, kind);
+  } catch (const std::bad_alloc&) {
+    print::line(u"  Wrong static allocation (Out of memory?)! Create empty field.");
+  } catch (const std::length_error&) {
+    print::line(u"  Wrong static allocation (Out of memory?)! Create empty field.");
+  }
 }
 
 void dispatch_statement(macroengine& m, wideview name) {
@@ -278,6 +288,10 @@ void dispatch_variable(macroengine& m, wideview name) {
 }
 
 std::int64_t interpret(macroengine& m, std::int64_t startline, bool active) {
+  if (m.depth >= max_block_depth || !stack_left(7)) {
+    error(m, u"blocks nested too deep (" + nat::text(m.depth) + u" levels)");
+    return startline;
+  }
   ++m.depth;
   interpframe fr;
   fr.templatebody = m.storebody;
@@ -376,6 +390,7 @@ void run_sub(macroengine& m) {
     m.currentline = 0;
     m.lasterror.clear();
     print::line(u"Script runs...");
+    stack_mark();
     m.running = true;
     for (const char16_t* name : {u"true", u"false", u"condition", u"for.length", u"for.rest", u"for.count",
                                  u"for.relative"})

@@ -2,6 +2,7 @@
 #include "foundation/voxelstore.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -15,6 +16,11 @@ std::size_t whole_units(std::size_t bytes) { return (bytes + unit - 1) / unit * 
 
 void* take(std::size_t bytes) {
   if (bytes < large) return std::calloc(bytes ? bytes : 1, 1);
+  // A block beyond the machine's memory could never be filled: a header or a
+  // coordinate that asks for one gets the out-of-memory path at once, before
+  // the system hands out address room that the first pass over it would exhaust.
+  static const double physical = double(sysconf(_SC_PHYS_PAGES)) * double(sysconf(_SC_PAGE_SIZE));
+  if (physical > 0 && double(bytes) > physical) return nullptr;
   const std::size_t need = whole_units(bytes);
   if (need < bytes || need + unit < need) return nullptr;
   // One unit more than needed, so that an aligned run lies inside; the rest goes back.

@@ -1,6 +1,10 @@
 // vectorfield.cpp: sizing, clearing and element access of the vector field.
 #include "orientation/vectorfield.h"
 
+#include <new>
+
+#include "foundation/console.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -29,12 +33,18 @@ bool create_field(vectorfield& f, std::uint8_t tag, std::int64_t x, std::int64_t
       double(x) * double(y) * double(z) * 3 > double(std::int64_t(1) << 40))
     return false;
   const std::size_t n = std::size_t(x * y * z * 3);
-  switch (f.tag) {
-    // Emptied above, so the new block comes zeroed without a fill.
-    case vectortag::real: f.reals.resize(n); break;
-    case vectortag::nat: f.nats.resize(n); break;
-    case vectortag::rgb: f.bytes.resize(n); break;
-    default: return false;
+  try {
+    switch (f.tag) {
+      // Emptied above, so the new block comes zeroed without a fill.
+      case vectortag::real: f.reals.resize(n); break;
+      case vectortag::nat: f.nats.resize(n); break;
+      case vectortag::rgb: f.bytes.resize(n); break;
+      default: return false;
+    }
+  } catch (const std::bad_alloc&) {
+    clear_field(f);
+    print::line(u"Not enough memory! Create empty field.");
+    return false;
   }
   f.width = x, f.height = y, f.depth = z;
   return true;

@@ -163,12 +163,17 @@ void put_block(T* d, unsigned char* b, std::int64_t start, std::int64_t count, i
 
 // Bytes the file holds once unpacked: the file size, or for gzip the size its
 // trailer records (modulo 2^32, so only a lower bound below 4 GB is trusted).
-std::int64_t unpacked_size(const std::string& name, bool& known, bool& exact) {
+// `most` gets what the file could give at all: its size, or for gzip the size
+// times the greatest expansion of deflate.
+std::int64_t unpacked_size(const std::string& name, bool& known, bool& exact, double& most) {
   known = exact = false;
+  most = 0;
   std::FILE* raw = std::fopen(name.c_str(), "rb");
   if (!raw) return 0;
   unsigned char magic[2] = {0, 0};
   const bool zipped = std::fread(magic, 1, 2, raw) == 2 && magic[0] == 0x1f && magic[1] == 0x8b;
+  std::fseek(raw, 0, SEEK_END);
+  most = double(std::ftell(raw)) * (zipped ? double(packed::most_expansion) : 1.0);
   std::fseek(raw, zipped ? -4 : 0, SEEK_END);
   std::int64_t size = std::ftell(raw);
   if (zipped) {
@@ -251,8 +256,9 @@ bool load_nifti(vectorfield& f, const std::string& name, niftipart part) {
   // The data must be there before the field is allocated.
   const double need = double(offset) + double(dim[1]) * double(dim[2]) * double(dim[3]) * 3 * (rgb ? 1 : bytes);
   bool known = false, exact = false;
-  const std::int64_t have = unpacked_size(dataname, known, exact);
-  if (known && (exact || need < 4294967296.0) && double(have) < need) {
+  double most = 0;
+  const std::int64_t have = unpacked_size(dataname, known, exact, most);
+  if (known && (((exact || need < 4294967296.0) && double(have) < need) || most < need)) {
     empty_with(f, u"  Wrong file size! Header:" + sizes(dim[1], dim[2], dim[3]) + u" Create empty field.");
     return false;
   }
