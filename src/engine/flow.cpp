@@ -277,13 +277,13 @@ struct loopkeys {
     m.keeprows = outerrows;
     if (!first && !m.stopflag) var_drop_inner(m, rows);
   }
-  void set(varkey& key, widetext value) {
+  void set(varkey& key, wideview value) {
     if (key.name.empty()) return;
     if (first) {
-      var_new_inner_key(m, key, std::move(value));
+      var_new_inner_key(m, key, widetext(value));
       ++rows;
     } else {
-      m.varvalue[at++].s.assign(value, 0, shorttext::limit);   // into the buffer it has
+      m.varvalue[at++].s.assign(value.substr(0, shorttext::limit));   // into the buffer it has
     }
   }
   // One pass over the body; false when the macro stops.
@@ -311,7 +311,7 @@ struct loopkeys {
   }
 };
 
-void set_inner(loopkeys& k, varkey& key, widetext value) { k.set(key, std::move(value)); }
+void set_inner(loopkeys& k, varkey& key, wideview value) { k.set(key, value); }
 
 bool evaluate_all(macroengine& m, wideview text) {
   prepare(m, text);
@@ -375,8 +375,9 @@ void for_one(macroengine& m, std::int64_t& ln, std::int64_t n) {
   const std::int64_t opener = ln, len = n < 0 ? -n : n, step = n < 0 ? -1 : 1;
   std::int64_t last = opener;
   loopkeys k(m, u"for.length", u"for.rest", u"for.count", u"for.relative");
+  const widetext length = nat::text(len);
   for (std::int64_t i = step;; i += step) {
-    set_inner(k, k.length, nat::text(len));
+    set_inner(k, k.length, length);
     set_inner(k, k.rest, nat::text(len - i));
     set_inner(k, k.count, nat::text(i));
     set_inner(k, k.relative, real_text(double(i) / double(n)));

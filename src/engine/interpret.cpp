@@ -144,7 +144,33 @@ void set_target(macroengine& m, std::int64_t ln) {
   var_set_key(m, c->target, m.value);
 }
 
+// `target := words`: the words joined into the value, with the trace line.
+void plain_value(macroengine& m, wideview words) {
+  m.command = u":=";
+  prepare(m, words);
+  widetext v;
+  for (const shorttext& p : m.list1.text) v += p.str();
+  value_set(m, std::move(v));
+  if (m.trace) {
+    if (console::ansi)
+      print::line(u"  " + widetext(colour::yellow) + m.target + widetext(colour::reset) + u" " +
+                  widetext(colour::green) + u":=" + widetext(colour::reset) + u" |" + m.value + u"|");
+    else
+      print::line(u"  " + m.target + u" := |" + m.value + u"|");
+  }
+}
+
 void assignment(macroengine& m, interpframe& fr, std::int64_t ln) {
+  // A line whose target needs no substitution and whose first word after `:=` is
+  // no function (under this registry) keeps the words to join in its cut.
+  linecut* cut = ln && m.withpath.empty() && m.command.find(u'@') == widetext::npos ? plain_target(m, ln, m.command) : nullptr;
+  if (cut && cut->assigngen == m.registrygeneration) {
+    m.target = m.command;
+    m.value.clear();
+    plain_value(m, cut->assignrest);
+    if (!m.target.empty() && !m.stopflag) set_target(m, ln);
+    return;
+  }
   m.target = substitute_at(m, m.command);
   m.value.clear();
   m.command = next_word(fr.line);
@@ -166,18 +192,11 @@ void assignment(macroengine& m, interpframe& fr, std::int64_t ln) {
       call_row(m, row, name, u"function");
     } else {
       widetext rest = fr.line.empty() ? word : word + u" " + fr.line;
-      m.command = u":=";
-      prepare(m, rest);
-      widetext v;
-      for (const shorttext& p : m.list1.text) v += p.str();
-      value_set(m, std::move(v));
-      if (m.trace) {
-        if (console::ansi)
-          print::line(u"  " + widetext(colour::yellow) + m.target + widetext(colour::reset) + u" " +
-                      widetext(colour::green) + u":=" + widetext(colour::reset) + u" |" + m.value + u"|");
-        else
-          print::line(u"  " + m.target + u" := |" + m.value + u"|");
+      if (cut) {
+        cut->assignrest = rest;
+        cut->assigngen = m.registrygeneration;
       }
+      plain_value(m, rest);
     }
   }
   if (!m.target.empty() && !m.stopflag) set_target(m, ln);

@@ -71,6 +71,10 @@ struct linecut {
   // registry generation under which it was found to be no command (0: not yet).
   varkey target;
   std::uint64_t targetfree = 0;
+  // The words after `:=` of such a line, kept while the registry generation is
+  // `assigngen` (the first of them was then no function; 0: not yet).
+  widetext assignrest;
+  std::uint64_t assigngen = 0;
 };
 
 struct macroengine {
