@@ -6,6 +6,8 @@
 #include "images/image_files.h"
 #include "images/workspace.h"
 #include "library/basics.h"
+#include "library/list.h"
+#include "library/table.h"
 #include "lines/line_commands.h"
 #include "lines/line_files.h"
 #include "meshes/mesh_commands.h"
@@ -29,6 +31,8 @@ void register_all(macroengine& m) {
   library::register_time(m);
   library::register_number_settings(m);
   library::register_calculator(m);
+  lists::register_commands(m);
+  tables::register_commands(m);
   macro::register_dumps(m);   // `dump.`: the last of the command library
   workspace::register_global(m);
   image::register_commands(m);

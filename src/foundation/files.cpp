@@ -228,6 +228,12 @@ bool file::read_all(wideview name, std::string& bytes) {
   bytes.clear();
   filehandle h;
   if (!open_read(h, name)) return false;
+  // Room for the whole file at once, so the text does not move while it grows.
+  if (std::fseek(h.f, 0, SEEK_END) == 0) {
+    const long size = std::ftell(h.f);
+    if (size > 0) bytes.reserve(std::size_t(size));
+    std::rewind(h.f);
+  }
   char buf[65536];
   std::size_t n;
   while ((n = std::fread(buf, 1, sizeof buf, h.f)) > 0) bytes.append(buf, n);

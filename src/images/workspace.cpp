@@ -34,7 +34,8 @@ void reset_all() {
 }
 
 void dump_all() {
-  for (const familyhooks& e : hooks()) e.dump();
+  for (const familyhooks& e : hooks())
+    if (e.dump) e.dump();
 }
 
 void register_global(macroengine& m) { macro::register_rows(m, "", rows); }

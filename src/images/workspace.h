@@ -163,7 +163,7 @@ T* get_source(macroengine& m, workspace_list<T>& l, wideview name) {
 // Hooks of the global `clear` and `dump`, one per family in registration order.
 struct familyhooks {
   void (*reset)();
-  void (*dump)();
+  void (*dump)();   // null: not part of the global dump
 };
 void add_hooks(familyhooks h);   // once per family; a second call with the same hooks is ignored
 void reset_all();
@@ -205,11 +205,13 @@ inline constexpr cmdrow rows[] = {
 };
 }  // namespace detail
 
-// `F.use`, `F.swap`, `F.name` and `F.dump` under the family's prefix.
+// `F.use`, `F.swap`, `F.name` and `F.dump` under the family's prefix. Every
+// family is reset by the global `clear`; the global `dump` shows only the six
+// field families (`dumped`), not lists and tables.
 template <typename T>
-void register_family(macroengine& m) {
+void register_family(macroengine& m, bool dumped = true) {
   list<T>();   // every list exists from the start, with its "DEFAULT"
-  add_hooks({detail::reset_hook<T>, detail::dump_hook<T>});
+  add_hooks({detail::reset_hook<T>, dumped ? detail::dump_hook<T> : nullptr});
   macro::register_rows(m, workspace_traits<T>::prefix, detail::rows<T>);
 }
 
