@@ -1,6 +1,8 @@
 // flow.cpp: conditions, conditional blocks and loops.
 #include "engine/flow.h"
 
+#include <unistd.h>
+
 #include <glob.h>
 #include <sys/stat.h>
 
@@ -478,6 +480,12 @@ void random_passes(macroengine& m, std::int64_t& ln, const std::vector<T>& value
 // report of the array store, and false.
 template <typename T>
 bool static_array(std::vector<T>& v, std::uint64_t n) {
+  // More than the machine's memory is refused before it is asked for.
+  static const double physical = double(sysconf(_SC_PHYS_PAGES)) * double(sysconf(_SC_PAGE_SIZE));
+  if (physical > 0 && double(n) * double(sizeof(T)) > physical) {
+    print::line(u"  Wrong static allocation (Out of memory?)! Create empty field.");
+    return false;
+  }
   try {
     v.resize(static_cast<std::size_t>(n));
     return true;
