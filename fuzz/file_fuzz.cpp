@@ -50,11 +50,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   }();
   (void)ready;
   write_input(QV_FUZZ_FILE, data, size);
-  macroengine m;
-  m.outfiles.emplace_back();
-  app::register_all(m);
-  lines::split(m.lines, std::string("debug.no\nthread.max := 1\n") + QV_FUZZ_MACRO + "\n", false);
-  m.lines.filename = "fuzz.macro";
+  // One engine for all inputs: registering every family costs more than most reads.
+  static macroengine& m = [] () -> macroengine& {
+    auto* e = new macroengine;
+    e->outfiles.emplace_back();
+    app::register_all(*e);
+    lines::split(e->lines, std::string("debug.no\nthread.max := 1\n") + QV_FUZZ_MACRO + "\n", false);
+    e->lines.filename = "fuzz.macro";
+    return *e;
+  }();
   macro::run(m);
   workspace::reset_all();   // nothing read survives into the next input
   return 0;

@@ -128,10 +128,10 @@ void register_defined(macroengine& m, wideview name, std::uint8_t cls, std::int6
 }
 
 void register_rows(macroengine& m, std::string_view prefix, const cmdrow* rows, std::size_t count,
-                   std::source_location where) {
+                   const char* where) {
   prefix_set(m, prefix);
   // The path from the source tree's `src/` on, whatever folder it was built in.
-  std::string_view file = where.file_name();
+  std::string_view file = where;
   const std::size_t at = file.rfind("src/");
   if (at != std::string_view::npos) file.remove_prefix(at);
   for (std::size_t i = 0; i < count; ++i) {

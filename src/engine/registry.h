@@ -1,7 +1,6 @@
 // registry.h: command table rows, the registry record and registration.
 #pragma once
 #include <cstdint>
-#include <source_location>
 #include <string_view>
 #include <vector>
 #include "foundation/widetext.h"
@@ -59,10 +58,9 @@ void register_defined(macroengine& m, wideview name, std::uint8_t cls, std::int6
 // Registers a family's table under `prefix` and records its reference lines.
 // `where` names the source that holds the table (for the command index).
 void register_rows(macroengine& m, std::string_view prefix, const cmdrow* rows, std::size_t count,
-                   std::source_location where = std::source_location::current());
+                   const char* where = __builtin_FILE());
 template <std::size_t N>
-void register_rows(macroengine& m, std::string_view prefix, const cmdrow (&rows)[N],
-                   std::source_location where = std::source_location::current()) {
+void register_rows(macroengine& m, std::string_view prefix, const cmdrow (&rows)[N], const char* where = __builtin_FILE()) {
   register_rows(m, prefix, rows, N, where);
 }
 

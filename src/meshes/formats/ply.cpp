@@ -253,6 +253,7 @@ bool read_body(Source& src, const plyheader& h, meshparts& parts) {
       have_vertices = true;
       continue;
     }
+    if (e.properties.empty()) continue;   // rows of nothing: there is nothing to read, however many
     const bool faces = e.name == "face";
     int listprop = -1;
     if (faces)
