@@ -1,7 +1,6 @@
 // flow.cpp: conditions, conditional blocks and loops.
 #include "engine/flow.h"
-
-#include <unistd.h>
+#include "foundation/voxelstore.h"
 
 #include <glob.h>
 #include <sys/stat.h>
@@ -481,7 +480,7 @@ void random_passes(macroengine& m, std::int64_t& ln, const std::vector<T>& value
 template <typename T>
 bool static_array(std::vector<T>& v, std::uint64_t n) {
   // More than the machine's memory is refused before it is asked for.
-  static const double physical = double(sysconf(_SC_PHYS_PAGES)) * double(sysconf(_SC_PAGE_SIZE));
+  const double physical = memory::physical();
   if (physical > 0 && double(n) * double(sizeof(T)) > physical) {
     print::line(u"  Wrong static allocation (Out of memory?)! Create empty field.");
     return false;

@@ -7,6 +7,16 @@
 #include <cstdint>
 #include <cstdlib>
 
+namespace qv::memory {
+double physical() {
+  static const double bytes = [] {
+    const long pages = sysconf(_SC_PHYS_PAGES), size = sysconf(_SC_PAGE_SIZE);
+    return pages > 0 && size > 0 ? double(pages) * double(size) : 0.0;
+  }();
+  return bytes;
+}
+}  // namespace qv::memory
+
 namespace qv::voxelblock {
 namespace {
 constexpr std::size_t unit = std::size_t(2) << 20;
@@ -19,7 +29,7 @@ void* take(std::size_t bytes) {
   // A block beyond the machine's memory could never be filled: a header or a
   // coordinate that asks for one gets the out-of-memory path at once, before
   // the system hands out address room that the first pass over it would exhaust.
-  static const double physical = double(sysconf(_SC_PHYS_PAGES)) * double(sysconf(_SC_PAGE_SIZE));
+  const double physical = memory::physical();
   if (physical > 0 && double(bytes) > physical) return nullptr;
   const std::size_t need = whole_units(bytes);
   if (need < bytes || need + unit < need) return nullptr;

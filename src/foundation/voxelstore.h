@@ -7,6 +7,12 @@
 
 namespace qv {
 
+namespace memory {
+// The machine's memory in bytes (0 when the system does not say). A block larger
+// than this can never be filled, so the stores refuse it before asking for it.
+double physical();
+}  // namespace memory
+
 namespace voxelblock {
 // Zeroed bytes: small blocks from `calloc`; large ones as fresh pages, which
 // the kernel gives zeroed, asked for in 2 MiB units so that a reader's first

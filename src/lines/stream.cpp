@@ -7,11 +7,11 @@
 #include <cstdint>
 
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
 #include "foundation/progress.h"
+#include "foundation/voxelstore.h"
 #include "foundation/randomsource.h"
 #include "lines/cloud.h"
 #include "orientation/scan.h"
@@ -130,11 +130,7 @@ struct bitvolume {
 // doubling.
 void reserve_points(std::vector<num::hyper>& points, std::size_t more) {
   if (points.capacity() - points.size() >= more) return;
-  static const std::size_t room = [] {
-    const long pages = sysconf(_SC_PHYS_PAGES), size = sysconf(_SC_PAGE_SIZE);
-    const std::size_t bytes = pages > 0 && size > 0 ? std::size_t(pages) * std::size_t(size) / 4 : 0;
-    return bytes / sizeof(num::hyper);
-  }();
+  static const std::size_t room = std::size_t(memory::physical() / 4) / sizeof(num::hyper);
   std::vector<num::hyper> fresh;
   const std::size_t least = points.size() + more;
   std::size_t want = std::max({points.capacity() * 2, least, std::size_t(1) << 16});
