@@ -9,27 +9,12 @@ in the air. Standard library only.
 """
 import gzip
 import math
+import os
 import struct
 import sys
 
-
-def header(n):
-    h = bytearray(348)
-    struct.pack_into("<i", h, 0, 348)
-    h[38] = ord("r")
-    struct.pack_into("<8h", h, 40, 3, n, n, n, 1, 1, 1, 1)
-    struct.pack_into("<hh", h, 70, 512, 16)                # datatype uint16, bitpix 16
-    struct.pack_into("<8f", h, 76, 1, 1, 1, 1, 1, 1, 1, 1)
-    struct.pack_into("<f", h, 108, 352)                   # vox_offset
-    struct.pack_into("<f", h, 112, 1)                     # scl_slope
-    h[123] = 10
-    h[148:148 + 20] = b"quorvex synthetic CT"
-    struct.pack_into("<hh", h, 252, 0, 1)                 # qform_code, sform_code
-    struct.pack_into("<4f", h, 280, 1, 0, 0, 0)
-    struct.pack_into("<4f", h, 296, 0, 1, 0, 0)
-    struct.pack_into("<4f", h, 312, 0, 0, 1, 0)
-    h[344:348] = b"n+1\0"
-    return bytes(h) + bytes(4)
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "common"))
+from nifti import header  # noqa: E402
 
 
 def main():
@@ -56,7 +41,7 @@ def main():
                 struct.pack_into("<H", values, 2 * k, max(0, v + noise))
                 k += 1
     with gzip.open(name, "wb") as f:
-        f.write(header(n) + bytes(values))
+        f.write(header(n, n, n, "uint16", "quorvex synthetic CT") + bytes(values))
     print(f"{name}: {n}^3 16-bit, wall from radius {outer - wall:.1f} to {outer:.1f}")
 
 
