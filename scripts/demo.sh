@@ -12,6 +12,7 @@ start=$(date +%s.%N)
 echo "== Example 1: fibre directions, tensors, FA and MD, streamlines"
 bash "$root/examples/01-fibres/run.sh" "$prog" "$out/01-fibres"
 /usr/bin/python3 "$root/examples/01-fibres/check.py" "$out/01-fibres"
+/usr/bin/python3 "$root/examples/01-fibres/pictures.py" "$out/01-fibres" "$root/docs"
 echo
 echo "== Example 2: a CT wall cleaned in 3D, its surface as PLY and STL"
 bash "$root/examples/02-ct-wall/run.sh" "$prog" "$out/02-ct-wall"
