@@ -3,6 +3,8 @@
 
 #include <pthread.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include "foundation/console.h"
 #include "foundation/numbertext.h"
@@ -28,6 +30,10 @@ struct runstate {
   slicefn fn;
   void* context;
   std::atomic<std::int64_t> next{0};
+  // The frame sleeps until the last slice ends, waking now and then for the
+  // progress line: a wake per slice would take a worker's core each time.
+  std::mutex donelock;
+  std::condition_variable done;
 };
 
 void* worker(void* arg) {
@@ -42,8 +48,10 @@ void* worker(void* arg) {
     } catch (...) {
       slices_failed.fetch_add(1);
     }
-    slices_finished.fetch_add(1);
-    slices_finished.notify_all();
+    if (std::int64_t(slices_finished.fetch_add(1)) + 1 >= r->nz) {
+      std::lock_guard<std::mutex> lock(r->donelock);
+      r->done.notify_all();
+    }
   }
   return nullptr;
 }
@@ -63,7 +71,8 @@ void run_frame(std::int64_t nz, std::int64_t maxthreads, wideview label, slicefn
   print::line(widetext(u"Working threads: ") + nat::text(nz));
   print::line(widetext(u"Parallel: ") + nat::text(maxthreads));
   progress::set(0.0, label);
-  runstate r{nz, fn, context};
+  runstate r;
+  r.nz = nz, r.fn = fn, r.context = context;
   std::vector<pthread_t> ids;
   for (std::int64_t i = 0; i < std::min(maxthreads, nz); ++i) {
     pthread_t id;
@@ -76,14 +85,16 @@ void run_frame(std::int64_t nz, std::int64_t maxthreads, wideview label, slicefn
       slices_started.fetch_add(1);
       slices_finished.fetch_add(1);
     }
-  // The frame sleeps until a slice ends, then writes back what may go back and
-  // shows the progress.
+  // Every tenth of a second, and once all have ended: write back what may go
+  // back (the workers do so themselves as they go) and show the progress.
   for (;;) {
     const std::uint32_t finished = slices_finished.load();
     if (hooks.after_pass) hooks.after_pass(hooks.ring);
     progress::set(nz > 0 ? static_cast<double>(finished) / double(nz) : 1.0, label);
     if (static_cast<std::int64_t>(finished) >= nz) break;
-    slices_finished.wait(finished);
+    std::unique_lock<std::mutex> lock(r.donelock);
+    r.done.wait_for(lock, std::chrono::milliseconds(100),
+                    [&] { return static_cast<std::int64_t>(slices_finished.load()) >= nz; });
   }
   for (pthread_t id : ids) pthread_join(id, nullptr);
   progress::end(label);
