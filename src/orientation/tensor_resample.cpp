@@ -55,7 +55,6 @@ tensorfield scaled(const tensorfield& s, natvector size) {
                   frame);
 }
 
-bool size_valid(natvector s) { return s.x >= 1 && s.y >= 1 && s.z >= 1 && s.x * s.y * s.z <= (std::int64_t(1) << 32); }
 
 // `tensor.move <a> <b> <shift>`: the block is cut out (left null) and put down shifted.
 void move_cmd(macroengine& m) {
@@ -88,7 +87,7 @@ void copy_cmd(macroengine& m) {
     return;
   }
   const natvector size = read_index(macro::parameter(m, 2));
-  if (!size_valid(size)) return macro::check_exact(m, 2);
+  if (!resample::copy_size_valid(size)) return macro::check_exact(m, 2);
   t = scaled(*s, size);
 }
 
@@ -101,7 +100,7 @@ void resize_cmd(macroengine& m) {
   const natvector size = n == 1 ? read_index(macro::parameter(m, 1))
                                 : natvector{text::nat(macro::parameter(m, 1)), text::nat(macro::parameter(m, 2)),
                                             text::nat(macro::parameter(m, 3))};
-  if (size_valid(size)) f = scaled(f, size);
+  if (resample::copy_size_valid(size)) f = scaled(f, size);
 }
 
 // `tensor.substack <x1,y1,z1> <x2,y2,z2>` or `new := tensor.substack old <..> <..>`.

@@ -146,7 +146,6 @@ void copy_method_cmd(macroengine& m) {
   copy_method = int(std::clamp<std::int64_t>(text::nat(macro::parameter(m, 1)), 0, 7));
 }
 
-bool size_valid(natvector s) { return s.x >= 1 && s.y >= 1 && s.z >= 1 && s.x * s.y * s.z <= (std::int64_t(1) << 32); }
 
 // `new := vector.copy old [<x,y,z>]`.
 void copy_cmd(macroengine& m) {
@@ -163,7 +162,7 @@ void copy_cmd(macroengine& m) {
     return;
   }
   const natvector size = read_index(macro::parameter(m, 2));
-  if (!size_valid(size)) return macro::check_exact(m, 2);
+  if (!resample::copy_size_valid(size)) return macro::check_exact(m, 2);
   t = scaled(*s, size, copy_method);
 }
 
@@ -175,7 +174,7 @@ void resize_cmd(macroengine& m) {
   const natvector size = n == 1 ? read_index(macro::parameter(m, 1))
                                 : natvector{text::nat(macro::parameter(m, 1)), text::nat(macro::parameter(m, 2)),
                                             text::nat(macro::parameter(m, 3))};
-  if (size_valid(size)) f = scaled(f, size, copy_method);
+  if (resample::copy_size_valid(size)) f = scaled(f, size, copy_method);
 }
 
 // `vector.substack <x1,y1,z1> <x2,y2,z2>` or `new := vector.substack old <..> <..>`.

@@ -23,6 +23,11 @@ inline void block_of(std::int64_t i, std::int64_t n, std::int64_t t, std::int64_
 
 // An index triple from "<x,y,z>", rounded half to even; missing parts are 0.
 framemath::natvector read_index(wideview t);
+// A target size of the vector and tensor copies: at least 1 a side, at most 2^32 voxels.
+inline bool copy_size_valid(framemath::natvector s) {
+  return s.x >= 1 && s.y >= 1 && s.z >= 1 && s.x <= (std::int64_t(1) << 32) && s.y <= (std::int64_t(1) << 32) &&
+         double(s.x) * double(s.y) * double(s.z) <= double(std::int64_t(1) << 32);
+}
 
 // The block between two corners given in either order: its first index and size.
 struct block {
